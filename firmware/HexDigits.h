@@ -1,0 +1,48 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+
+inline constexpr int notHexDigit = -1;
+
+/// Value of a hexadecimal digit of either case, or `notHexDigit`, which is negative.
+constexpr int hexDigitValue(char digit)
+{
+    if (digit >= '0' && digit <= '9') {
+        return digit - '0';
+    }
+    if (digit >= 'a' && digit <= 'f') {
+        return digit - 'a' + 10;
+    }
+    if (digit >= 'A' && digit <= 'F') {
+        return digit - 'A' + 10;
+    }
+    return notHexDigit;
+}
+
+/// Values of all pairs of characters, by the pair as it lies in little-endian memory; negative
+/// where one of them is no digit.
+inline constexpr std::array<std::int16_t, 0x10000> hexPairTable = [] {
+    std::array<std::int16_t, 0x10000> table{};
+    for (std::size_t pair = 0; pair < table.size(); ++pair) {
+        const int high = hexDigitValue(static_cast<char>(pair & 0xFF));
+        const int low = hexDigitValue(static_cast<char>(pair >> 8));
+        table[pair] = static_cast<std::int16_t>(high * 16 | low);
+    }
+    return table;
+}();
+
+/// Value of the two hexadecimal digits at `text`; negative if one of them is none.
+inline int hexPairValue(const char* text)
+{
+    std::uint16_t pair;
+    std::memcpy(&pair, text, sizeof(pair));
+    return hexPairTable[pair];
+}
+
+/// Whether the character ends a line of a HEX file.
+constexpr bool isLineEnd(char character)
+{
+    return character == '\r' || character == '\n';
+}
