@@ -1,0 +1,310 @@
+#include "listeners/ArmEventTestTask.h"
+
+#include "lc/Exception.h"
+#include "lc/MoxArmControl.h"
+#include "lc/System.h"
+
+#include <array>
+#include <cstdio>
+
+using lc::MoxArmControl;
+
+namespace {
+
+struct KeyEvent {
+    std::int32_t key;
+    std::int32_t time;
+    std::int32_t state;
+};
+static_assert(sizeof(KeyEvent) == 12);
+static_assert(offsetof(KeyEvent, key) == 0);
+static_assert(offsetof(KeyEvent, time) == 4);
+static_assert(offsetof(KeyEvent, state) == 8);
+
+struct KeyValueEvent {
+    std::int32_t key;
+    std::int32_t value;
+};
+static_assert(sizeof(KeyValueEvent) == 8);
+static_assert(offsetof(KeyValueEvent, key) == 0);
+static_assert(offsetof(KeyValueEvent, value) == 4);
+
+/// One battery pack. The field names are those that are printed.
+struct BatteryEventBlock {
+    std::uint32_t charge;
+    std::uint8_t charge_perc;
+    std::uint8_t temperature;
+    std::uint16_t voltage_sense;
+    std::uint32_t current_sense;
+    std::uint16_t cell_1_voltage;
+    std::uint16_t cell_2_voltage;
+    std::uint16_t cell_3_voltage;
+    std::uint16_t cell_4_voltage;
+    std::uint16_t cell_5_voltage;
+    std::uint8_t reserved22[2];
+    std::uint32_t time_up;
+    std::uint32_t dischrg_time;
+    std::uint32_t chrg_time;
+    std::uint8_t reserved36[4];
+};
+static_assert(sizeof(BatteryEventBlock) == 40);
+static_assert(offsetof(BatteryEventBlock, charge) == 0);
+static_assert(offsetof(BatteryEventBlock, charge_perc) == 4);
+static_assert(offsetof(BatteryEventBlock, temperature) == 5);
+static_assert(offsetof(BatteryEventBlock, voltage_sense) == 6);
+static_assert(offsetof(BatteryEventBlock, current_sense) == 8);
+static_assert(offsetof(BatteryEventBlock, cell_1_voltage) == 12);
+static_assert(offsetof(BatteryEventBlock, cell_5_voltage) == 20);
+static_assert(offsetof(BatteryEventBlock, time_up) == 24);
+static_assert(offsetof(BatteryEventBlock, dischrg_time) == 28);
+static_assert(offsetof(BatteryEventBlock, chrg_time) == 32);
+
+struct BatteryEventRecord {
+    BatteryEventBlock right;
+    BatteryEventBlock left;
+};
+static_assert(sizeof(BatteryEventRecord) == 80);
+static_assert(offsetof(BatteryEventRecord, left) == 40);
+
+struct DlsEvent {
+    std::uint8_t id;
+    std::uint8_t reserved1[3];
+    std::uint32_t state;
+};
+static_assert(sizeof(DlsEvent) == 8);
+static_assert(offsetof(DlsEvent, id) == 0);
+static_assert(offsetof(DlsEvent, state) == 4);
+
+enum ValueKey : std::int32_t {
+    magneticSensorValue = 1,
+    counterValue = 2,
+    faultCodeValue = 3,
+};
+
+constexpr std::uint32_t videoLossFault = 0x08;
+constexpr std::uint32_t videoRecoverFault = 0x10;
+constexpr std::uint32_t powerCriticalFault = 0x20;
+
+enum ActionKey : std::int32_t {
+    zeroReelKey = 6,
+    horizontalNormalKey = 7,
+    verticalFlippedKey = 9,
+    verticalNormalKey = 11,
+    sondeKey = 12,
+    horizontalFlippedKey = 13,
+    displayKey = 16,
+};
+
+constexpr std::int32_t actingState = 0;
+constexpr std::size_t sondeLed = 3;
+
+void handleKeyEvents(RecordListener& listener, const ArmEntries& entries)
+{
+    for (std::size_t i = 0; i < entries.count(); ++i) {
+        const auto event = entries.at<KeyEvent>(i);
+        std::printf("Key: %i state: %i time: %i\n", event.key, event.state, event.time);
+        static_cast<ArmEventTestTask&>(listener).performKeyAction(event.key, event.state);
+    }
+}
+
+void printFaultCode(std::uint32_t faults)
+{
+    std::printf("Fault code: 0x%x\n", faults);
+    if ((faults & videoLossFault) != 0) {
+        std::puts("\tVideo Loss");
+    }
+    if ((faults & videoRecoverFault) != 0) {
+        std::puts("\tVideo Recover");
+    }
+    if ((faults & powerCriticalFault) != 0) {
+        std::puts("\tPower Critical");
+    }
+}
+
+void handleKeyValueEvents(RecordListener& listener, const ArmEntries& entries)
+{
+    for (std::size_t i = 0; i < entries.count(); ++i) {
+        const auto event = entries.at<KeyValueEvent>(i);
+        switch (event.key) {
+        case magneticSensorValue:
+            std::printf("Magnetic sensor: %s\n", event.value != 0 ? "Close" : "Open");
+            break;
+        case counterValue:
+            std::printf("Count changed: %i\n", event.value);
+            break;
+        case faultCodeValue:
+            printFaultCode(static_cast<std::uint32_t>(event.value));
+            break;
+        default:
+            std::printf("*************** Unhandled key/value %i:%i *******************\n",
+                        event.key, event.value);
+            listener.markSuspicious();
+            break;
+        }
+    }
+}
+
+void printBattery(const BatteryEventBlock& battery)
+{
+    const auto wide = [](std::uint32_t value) { return static_cast<unsigned long>(value); };
+    std::printf("charge:%lu\ncharge_perc:%i\ntemperature:%i\nvoltage_sense:%i\ncurrent_sense:%lu\n"
+                "cell_1_voltage:%i\ncell_2_voltage:%i\ncell_3_voltage:%i\ncell_4_voltage:%i\n"
+                "cell_5_voltage:%i\ntime_up:%lu\ndischrg_time:%lu\nchrg_time:%lu\n",
+                wide(battery.charge), battery.charge_perc, battery.temperature,
+                battery.voltage_sense, wide(battery.current_sense), battery.cell_1_voltage,
+                battery.cell_2_voltage, battery.cell_3_voltage, battery.cell_4_voltage,
+                battery.cell_5_voltage, wide(battery.time_up), wide(battery.dischrg_time),
+                wide(battery.chrg_time));
+}
+
+void handleBatteryEvents(RecordListener& /*listener*/, const ArmEntries& entries)
+{
+    if (entries.count() == 0) {
+        std::puts("Error Dumping Bat Events. No Records");
+    }
+    bat_info_to_ui scratch{};
+    MoxArmControl::GetBatInfo(scratch);
+    for (std::size_t i = 0; i < entries.count(); ++i) {
+        const auto record = entries.at<BatteryEventRecord>(i);
+        std::puts("Right Battery information");
+        printBattery(record.right);
+        std::puts("Left Battery information");
+        printBattery(record.left);
+    }
+}
+
+void handleDlsEvents(RecordListener& /*listener*/, const ArmEntries& entries)
+{
+    if (entries.count() == 0) {
+        std::puts("Error Dumping DLS Events. No Records");
+    }
+    for (std::size_t i = 0; i < entries.count(); ++i) {
+        const auto event = entries.at<DlsEvent>(i);
+        std::printf("id:%i\nstate:%lu\n", event.id, static_cast<unsigned long>(event.state));
+    }
+}
+
+constexpr std::array<RecordListener::Handler, 4> handlers{{
+    {keyEventTag, sizeof(KeyEvent), handleKeyEvents},
+    {keyValueEventTag, sizeof(KeyValueEvent), handleKeyValueEvents},
+    {batteryEventTag, sizeof(BatteryEventRecord), handleBatteryEvents},
+    {dlsEventTag, sizeof(DlsEvent), handleDlsEvents},
+}};
+
+constexpr RecordListener::Channel eventChannel{"/dev/arm-events", "[Video] Arm-event read error",
+                                               handlers, nullptr};
+
+struct Rotations {
+    bool vertical = true;
+    bool horizontal = true;
+};
+
+Rotations readRotations()
+{
+    Rotations rotations;
+    lc::System::GetLcdRotations(rotations.vertical, rotations.horizontal);
+    return rotations;
+}
+
+void setHorizontal(bool normal)
+{
+    std::puts(normal ? "Setting horizontal display normal..."
+                     : "Setting horizontal display flipped...");
+    lc::System::SetLcdRotation(readRotations().vertical, normal);
+}
+
+void setVertical(bool normal)
+{
+    std::puts(normal ? "Setting vertical display normal..."
+                     : "Setting vertical display flipped...");
+    lc::System::SetLcdRotation(normal, readRotations().horizontal);
+}
+
+} // namespace
+
+ArmEventTestTask::ArmEventTestTask() : RecordListener(eventChannel)
+{
+}
+
+int ArmEventTestTask::run()
+{
+    if (!openDevice()) {
+        return -1;
+    }
+    readInitialState();
+    return listen();
+}
+
+void ArmEventTestTask::readInitialState()
+{
+    lcdState = MoxArmControl::GetMagSensorState() ? 1 : 0;
+    MoxArmControl::CountMode mode{};
+    int count = 0;
+    bool atexMode = false;
+    MoxArmControl::GetReelState(mode, count, sondeState, atexMode);
+    std::vector<bool> keys;
+    MoxArmControl::GetKeyPadState(keys, ledStates);
+    if (lcdState != 0) {
+        return;
+    }
+    try {
+        if (!lc::System::GetLcdEnabled()) {
+            lc::System::SetLcdEnabled(true);
+        }
+    } catch (const lc::Exception& exception) {
+        std::printf("Failed reading/changing LCD state!!!!!!!!!!! %s\n", exception.what());
+    }
+}
+
+void ArmEventTestTask::performKeyAction(std::int32_t key, std::int32_t state)
+{
+    if (state != actingState) {
+        return;
+    }
+    switch (key) {
+    case zeroReelKey:
+        MoxArmControl::ZeroReelCount();
+        break;
+    case horizontalNormalKey:
+        setHorizontal(true);
+        break;
+    case verticalFlippedKey:
+        setVertical(false);
+        break;
+    case verticalNormalKey:
+        setVertical(true);
+        break;
+    case sondeKey:
+        toggleSonde();
+        break;
+    case horizontalFlippedKey:
+        setHorizontal(false);
+        break;
+    case displayKey:
+        toggleDisplay();
+        break;
+    default:
+        break;
+    }
+}
+
+/// The sonde's LED follows the sonde. A keypad without that LED is left alone.
+void ArmEventTestTask::toggleSonde()
+{
+    sondeState = !sondeState;
+    if (!MoxArmControl::SetReelSondeState(sondeState) || ledStates.size() <= sondeLed) {
+        return;
+    }
+    ledStates[sondeLed] = static_cast<ArmMox::LedStates>(sondeState ? 1 : 0);
+    MoxArmControl::SetLedStates(ledStates);
+}
+
+void ArmEventTestTask::toggleDisplay()
+{
+    lcdState ^= 1;
+    try {
+        lc::System::SetLcdEnabled(lcdState != 0);
+    } catch (const lc::Exception& exception) {
+        std::printf("Failed changing LCD state!!!!!!!!!!! %s\n", exception.what());
+    }
+}

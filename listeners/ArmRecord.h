@@ -1,0 +1,87 @@
+#pragma once
+
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <span>
+
+// The co-processor's record channels deliver blocks: one `read` yields at most 4096 bytes, records
+// back to back without alignment. All integers are little-endian.
+
+inline constexpr std::size_t maxBlockSize = 4096;
+
+// The tags. What they mean depends on the channel.
+inline constexpr std::uint32_t keyEventTag = 0xfeedbe01;      ///< /dev/arm-events
+inline constexpr std::uint32_t keyValueEventTag = 0xfeedbe02; ///< /dev/arm-events
+inline constexpr std::uint32_t batteryEventTag = 0xfeedbe03;  ///< /dev/arm-events
+inline constexpr std::uint32_t dlsEventTag = 0xfeedbe04;      ///< /dev/arm-events
+inline constexpr std::uint32_t gpsDataTag = 0xfeedbe01;       ///< /dev/arm-sensors
+inline constexpr std::uint32_t picReplyTag = 0xfeedbe03;      ///< /dev/arm-comms
+
+/// Header in front of each record's payload.
+struct ArmRecordHeader {
+    std::uint32_t tag;
+    std::uint32_t length; ///< payload bytes behind the header
+};
+static_assert(std::endian::native == std::endian::little);
+static_assert(sizeof(ArmRecordHeader) == 8);
+static_assert(offsetof(ArmRecordHeader, tag) == 0);
+static_assert(offsetof(ArmRecordHeader, length) == 4);
+
+/// Entry of GPS data, Bluetooth data and PIC replies.
+struct DataEntry {
+    std::int32_t length; ///< meaningful bytes in `data`; 0 or less: none
+    std::array<std::uint8_t, 256> data;
+};
+static_assert(sizeof(DataEntry) == 260);
+static_assert(offsetof(DataEntry, length) == 0);
+static_assert(offsetof(DataEntry, data) == 4);
+
+/// The whole entries of a record's payload, all of them inside the block.
+class ArmEntries {
+public:
+    ArmEntries(std::span<const std::byte> payload, std::size_t bytesPerEntry)
+        : bytes(payload), entrySize(bytesPerEntry)
+    {
+    }
+
+    std::size_t count() const { return bytes.size() / entrySize; }
+
+    /// Entry number `index`, which is below `count()`. `Entry` has the entry size.
+    template <class Entry>
+    Entry at(std::size_t index) const
+    {
+        Entry entry;
+        std::memcpy(&entry, bytes.subspan(index * entrySize, sizeof(Entry)).data(), sizeof(Entry));
+        return entry;
+    }
+
+private:
+    std::span<const std::byte> bytes;
+    std::size_t entrySize;
+};
+
+/// One record of a block: its tag and as much of its payload as lies inside the block.
+struct ArmRecord {
+    std::uint32_t tag;
+    std::span<const std::byte> payload;
+    bool cutShort; ///< the record runs past the end of the block
+
+    ArmEntries entries(std::size_t entrySize) const { return {payload, entrySize}; }
+};
+
+/// Walks the records of a block. A record counts when its header and at least one byte behind it
+/// lie inside the block; a record that is cut short is the last one.
+class ArmRecordWalk {
+public:
+    explicit ArmRecordWalk(std::span<const std::byte> block) : rest(block) {}
+
+    /// The next record, or nothing at the end of the walk.
+    std::optional<ArmRecord> next();
+
+private:
+    std::span<const std::byte> rest;
+};
