@@ -1,0 +1,73 @@
+#include "pic/GpsPicCheck.h"
+
+#include "pic/PicGlobals.h"
+
+#include <cstdio>
+
+using lc::MoxArmControl;
+
+namespace {
+
+constexpr std::uint8_t acceptedStatus = 0;
+constexpr std::int32_t notPoweredMode = 255;
+constexpr std::int32_t updateAlwaysMode = 0;
+
+void storeMode(const DataEntry& entry)
+{
+    GpsPicMode = entry.data[0];
+    std::printf("GPS PIC Mode: %d\n", GpsPicMode);
+}
+
+void storeVersion(const DataEntry& entry)
+{
+    GpsPicVersion = std::uint32_t{entry.data[0]} << 24 | std::uint32_t{entry.data[1]} << 16 |
+                    std::uint32_t{entry.data[2]} << 8 | std::uint32_t{entry.data[3]};
+    std::printf("GPS PIC Version: %ld (0x%lX)\n", static_cast<long>(GpsPicVersion),
+                static_cast<unsigned long>(GpsPicVersion));
+}
+
+bool query(const PicCommandChannel& channel, MoxArmControl::PicUpdateCmdType command)
+{
+    return channel.sendPicCommand(MoxArmControl::PicDevKt4100Gps, command, {}, checkGpsPicResponse);
+}
+
+} // namespace
+
+PicUpdateErr checkGpsPicResponse(const DataEntry& entry)
+{
+    if (entry.length == 0) {
+        return PicErrNoResponseLen;
+    }
+    switch (Cmd) {
+    case MoxArmControl::PicCmdBegin:
+    case MoxArmControl::PicCmdFinish:
+    case MoxArmControl::PicCmdVersions:
+    case MoxArmControl::PicCmdDataEnd:
+    case MoxArmControl::PicCmdDataBlock:
+    case MoxArmControl::PicCmdConfig:
+        return entry.data[0] == acceptedStatus ? PicErrNone : PicErrUpdateOrResponse;
+    case MoxArmControl::PicCmdGetGpsMode:
+        storeMode(entry);
+        return PicErrNone;
+    case MoxArmControl::PicCmdGetGpsVersion:
+        storeVersion(entry);
+        return PicErrNone;
+    default:
+        return PicErrNone;
+    }
+}
+
+GpsPicVerdict checkGpsPicVersion(const PicCommandChannel& channel, std::uint16_t fileVersion)
+{
+    if (!query(channel, MoxArmControl::PicCmdGetGpsMode) ||
+        !query(channel, MoxArmControl::PicCmdGetGpsVersion)) {
+        return gpsPicQueryFailed;
+    }
+    if (GpsPicMode == notPoweredMode) {
+        return gpsPicNotPowered;
+    }
+    if (GpsPicMode == updateAlwaysMode) {
+        return gpsPicNeedsUpdate;
+    }
+    return fileVersion > GpsPicVersion ? gpsPicNeedsUpdate : gpsPicUpToDate;
+}

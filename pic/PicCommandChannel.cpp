@@ -1,0 +1,153 @@
+#include "pic/PicCommandChannel.h"
+
+#include "pic/PicGlobals.h"
+
+#include <array>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/select.h>
+#include <unistd.h>
+
+using lc::MoxArmControl;
+
+namespace {
+
+constexpr const char* commDevice = "/dev/arm-comms";
+constexpr int replyTimeoutSeconds = 1;
+constexpr std::size_t drainSize = 10;
+
+constexpr std::int8_t acceptedStatus = 0;
+constexpr std::int8_t upToDateStatus = -2;
+
+PicUpdateErr checkEntries(const ArmEntries& entries, PicResponseCheck check)
+{
+    for (std::size_t i = 0; i < entries.count(); ++i) {
+        const PicUpdateErr result = check(entries.at<DataEntry>(i));
+        if (result != PicErrNone) {
+            return result;
+        }
+    }
+    return PicErrNone;
+}
+
+/// A block without any PIC reply counts as accepted. A reply that was not received whole is bad
+/// data.
+PicUpdateErr checkReplyBlock(std::span<const std::byte> block, PicResponseCheck check)
+{
+    ArmRecordWalk walk(block);
+    while (const auto record = walk.next()) {
+        if (record->tag != picReplyTag) {
+            continue;
+        }
+        if (record->cutShort) {
+            return PicErrBadData;
+        }
+        const PicUpdateErr result = checkEntries(record->entries(sizeof(DataEntry)), check);
+        if (result != PicErrNone) {
+            return result;
+        }
+    }
+    return PicErrNone;
+}
+
+} // namespace
+
+PicUpdateErr checkPicResponse(const DataEntry& entry)
+{
+    if (entry.length <= 0) {
+        return PicErrNoResponseLen;
+    }
+    switch (static_cast<std::int8_t>(entry.data[0])) {
+    case acceptedStatus:
+        return PicErrNone;
+    case upToDateStatus:
+        return PicErrUpToDate;
+    default:
+        return PicErrUpdateOrResponse;
+    }
+}
+
+bool PicCommandChannel::open()
+{
+    ArmCommFd = ::open(commDevice, O_RDONLY | O_NONBLOCK);
+    if (ArmCommFd == -1) {
+        std::printf("Failed opening %s\n", commDevice);
+    }
+    return ArmCommFd != -1;
+}
+
+void PicCommandChannel::close()
+{
+    if (ArmCommFd != -1) {
+        ::close(ArmCommFd);
+        ArmCommFd = -1;
+    }
+}
+
+/// Ends at the end of file too, where a device would stay readable for ever.
+void PicCommandChannel::drain() const
+{
+    std::array<std::byte, drainSize> discarded;
+    int count = 0;
+    while (readArmComm(discarded.data(), discarded.size(), count, 0) == PicErrNone && count > 0) {
+    }
+}
+
+bool PicCommandChannel::sendPicCommand(MoxArmControl::PicUpdateDevType device,
+                                       MoxArmControl::PicUpdateCmdType command,
+                                       std::span<std::uint8_t> payload,
+                                       PicResponseCheck check) const
+{
+    Cmd = command;
+    MoxArmControl::Pic_Update_Comm_Tx(device, command, static_cast<int>(payload.size()),
+                                      payload.data());
+    return waitForPicResponse(check);
+}
+
+bool PicCommandChannel::waitForPicResponse(PicResponseCheck check) const
+{
+    const PicUpdateErr result = readPicResponses(check);
+    if (result != PicErrNone) {
+        printPicUpdateErr(result);
+    }
+    Cmd = MoxArmControl::PicCmdNone;
+    return result == PicErrNone;
+}
+
+/// Reads one reply block and applies the check to each PIC reply in it.
+PicUpdateErr PicCommandChannel::readPicResponses(PicResponseCheck check) const
+{
+    std::array<std::byte, maxBlockSize> block;
+    int count = 0;
+    const PicUpdateErr result = readArmComm(block.data(), block.size(), count, replyTimeoutSeconds);
+    if (result != PicErrNone) {
+        return result;
+    }
+    const auto size = static_cast<std::size_t>(count);
+    if (size <= sizeof(ArmRecordHeader)) {
+        return PicErrBadData;
+    }
+    return checkReplyBlock(std::span(block).first(size), check);
+}
+
+/// Waits up to `seconds` for the device and reads once; `count` receives the result of the read.
+PicUpdateErr PicCommandChannel::readArmComm(std::byte* buffer, std::size_t size, int& count,
+                                            int seconds) const
+{
+    if (ArmCommFd == -1) {
+        return PicErrNotOpened;
+    }
+    fd_set readSet;
+    FD_ZERO(&readSet);
+    FD_SET(ArmCommFd, &readSet);
+    timeval timeout{.tv_sec = seconds, .tv_usec = 0};
+    const int ready = select(ArmCommFd + 1, &readSet, nullptr, nullptr, &timeout);
+    if (ready == -1) {
+        return PicErrWait;
+    }
+    if (ready == 0) {
+        return PicErrTimeout;
+    }
+    count = static_cast<int>(read(ArmCommFd, buffer, size));
+    return count < 0 ? PicErrFileRead : PicErrNone;
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "lc/MoxArmControl.h"
+#include "listeners/ArmRecord.h"
+#include "pic/PicUpdateErr.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+/// Judges one reply entry of a PIC; `PicErrNone` means accepted.
+using PicResponseCheck = PicUpdateErr (*)(const DataEntry& entry);
+
+/// The check of the Orvel devices: the first data byte is the status.
+PicUpdateErr checkPicResponse(const DataEntry& entry);
+
+/// The way to the PICs: commands go out through the common library, the answers come in as blocks
+/// of records on /dev/arm-comms. Exactly one read answers one command; nothing is retried.
+class PicCommandChannel {
+public:
+    PicCommandChannel() = default;
+    ~PicCommandChannel() { close(); }
+    PicCommandChannel(const PicCommandChannel&) = delete;
+    PicCommandChannel& operator=(const PicCommandChannel&) = delete;
+
+    /// Opens /dev/arm-comms. Prints the failure and returns false if that can't be done.
+    bool open();
+    void close();
+
+    /// Reads and throws away what is waiting. Never fails.
+    void drain() const;
+
+    /// Sends a command with its payload, perhaps empty, and waits up to a second for the answer.
+    /// Returns true if it was accepted, otherwise prints why it was not. `Cmd` holds the command
+    /// until then. What the library throws passes through.
+    bool sendPicCommand(lc::MoxArmControl::PicUpdateDevType device,
+                        lc::MoxArmControl::PicUpdateCmdType command,
+                        std::span<std::uint8_t> payload, PicResponseCheck check) const;
+
+private:
+    PicUpdateErr readArmComm(std::byte* buffer, std::size_t size, int& count, int seconds) const;
+    PicUpdateErr readPicResponses(PicResponseCheck check) const;
+    bool waitForPicResponse(PicResponseCheck check) const;
+
+    int ArmCommFd = -1;
+};

@@ -1,0 +1,69 @@
+#include "pic/PicDataBlock.h"
+
+#include "firmware/Checksum.h"
+
+#include <algorithm>
+
+namespace {
+
+// An erased 14-bit program word, low byte first.
+constexpr std::uint8_t fillerLow = 0xFF;
+constexpr std::uint8_t fillerHigh = 0x3F;
+
+/// Puts the filler behind the first `used` bytes of a row: the low byte at even positions.
+void fillRow(std::span<std::uint8_t> row, std::size_t used)
+{
+    for (std::size_t i = used; i < row.size(); ++i) {
+        row[i] = i % 2 == 0 ? fillerLow : fillerHigh;
+    }
+}
+
+} // namespace
+
+std::span<std::uint8_t> PicDataBlock::row(std::size_t index)
+{
+    return std::span(payload.rows).subspan(index * picRowSize, picRowSize);
+}
+
+void PicDataBlock::addRow(std::uint32_t address, std::span<const std::uint8_t> data)
+{
+    if (data.size() > picRowSize) {
+        throw "Program row of more than 16 bytes";
+    }
+    if (isEmpty()) {
+        payload.address = {
+            static_cast<std::uint8_t>(address >> 24), static_cast<std::uint8_t>(address >> 16),
+            static_cast<std::uint8_t>(address >> 8), static_cast<std::uint8_t>(address)};
+    }
+    const std::span<std::uint8_t> target = row(rowCount);
+    std::copy(data.begin(), data.end(), target.begin());
+    fillRow(target, data.size());
+    ++rowCount;
+}
+
+void PicDataBlock::fillUp()
+{
+    for (; !isFull(); ++rowCount) {
+        fillRow(row(rowCount), 0);
+    }
+}
+
+void PicDataBlock::close()
+{
+    payload.checksum =
+        twosComplementChecksum(bytes().first(offsetof(PicDataBlockPayload, checksum)));
+}
+
+void PicDataBlock::swapWords()
+{
+    for (std::size_t i = 0; i < payload.rows.size(); i += 2) {
+        if (payload.rows[i] == fillerHigh && payload.rows[i + 1] == fillerLow) {
+            std::swap(payload.rows[i], payload.rows[i + 1]);
+        }
+    }
+}
+
+std::span<std::uint8_t> PicDataBlock::bytes()
+{
+    return {payload.address.data(), sizeof(payload)};
+}

@@ -1,0 +1,120 @@
+#include "pic/PicFirmwareTask.h"
+
+#include "pic/GpsPicCheck.h"
+#include "pic/PicFileName.h"
+#include "pic/PicGlobals.h"
+#include "pic/PicUpdate.h"
+
+#include <cstdio>
+
+using lc::MoxArmControl;
+
+namespace {
+
+/// Closes what the run has opened, on every way out of it.
+class RunGuard {
+public:
+    RunGuard(FileStream& openedFile, PicCommandChannel& openedChannel)
+        : file(openedFile), channel(openedChannel)
+    {
+    }
+    ~RunGuard()
+    {
+        file.reset();
+        channel.close();
+    }
+    RunGuard(const RunGuard&) = delete;
+    RunGuard& operator=(const RunGuard&) = delete;
+
+private:
+    FileStream& file;
+    PicCommandChannel& channel;
+};
+
+} // namespace
+
+PicFirmwareTask::PicFirmwareTask(const std::string& path) : firmwarePath(path)
+{
+    resetPicGlobals();
+}
+
+int PicFirmwareTask::run()
+{
+    const RunGuard guard(firmwareFile, channel);
+    if (!channel.open()) {
+        return -1;
+    }
+    channel.drain();
+    if (!checkFileName()) {
+        std::puts("Failed to open pic firmware file. Ensure proper name format.");
+        return -1;
+    }
+    return runForDevice();
+}
+
+/// Fills in device and versions from the file's name and opens the file. The debugging device has
+/// none.
+bool PicFirmwareTask::checkFileName()
+{
+    std::puts("Checking File Name");
+    const auto fileName = parsePicFileName(firmwarePath);
+    if (!fileName) {
+        return false;
+    }
+    device = fileName->device;
+    versions = fileName->versions;
+    if (device == MoxArmControl::PicDevDebugging) {
+        return true;
+    }
+    firmwareFile.reset(std::fopen(firmwarePath.c_str(), "r"));
+    if (!firmwareFile) {
+        return false;
+    }
+    std::printf("Opened file [%s]\n", firmwarePath.c_str());
+    std::printf("Parsed Info. Dev: %d, Versions: %04d, %04d, %04d\n", device, versions[0],
+                versions[1], versions[2]);
+    return true;
+}
+
+int PicFirmwareTask::runForDevice()
+{
+    switch (device) {
+    case MoxArmControl::PicDevKt4100Gps:
+        return runForGpsPic();
+    case MoxArmControl::PicDevOrvelBat:
+    case MoxArmControl::PicDevOrvelShoe:
+    case MoxArmControl::PicDevOrvelCharger:
+    case MoxArmControl::PicDevOrvelAcAdapter:
+        return updatePic(checkPicResponse);
+    case MoxArmControl::PicDevDebugging:
+        std::puts("No Debug/Testing Implememted.");
+        return 0;
+    case MoxArmControl::PicDevNone:
+    default:
+        std::puts("Unknown PIC Device");
+        return 0;
+    }
+}
+
+int PicFirmwareTask::runForGpsPic()
+{
+    switch (checkGpsPicVersion(channel, versions[0])) {
+    case gpsPicNeedsUpdate:
+        return updatePic(checkGpsPicResponse);
+    case gpsPicUpToDate:
+        std::puts("KT4100 GPS software already up-to-date.");
+        return 0;
+    case gpsPicNotPowered:
+        std::puts("GPS Board Not Powered.");
+        return 0;
+    case gpsPicQueryFailed:
+    default:
+        std::puts("Error trying to get KT4100 GPS mode and version.");
+        return 0;
+    }
+}
+
+int PicFirmwareTask::updatePic(PicResponseCheck check)
+{
+    return PicUpdate({channel, device, versions, firmwareFile.get(), lineCounter, check}).run();
+}

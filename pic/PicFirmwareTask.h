@@ -1,0 +1,37 @@
+#pragma once
+
+#include "app/FileStream.h"
+#include "app/Task.h"
+#include "lc/MoxArmControl.h"
+#include "pic/PicCommandChannel.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+/// Updates the firmware of a PIC microcontroller from an Intel HEX file, whose name tells the
+/// target and the three versions.
+class PicFirmwareTask : public Task {
+public:
+    /// Resets the exported globals of the PIC update. Opens nothing.
+    explicit PicFirmwareTask(const std::string& firmwarePath);
+
+    const char* name() const override { return "PIC Bootloader"; }
+
+    /// Returns 0 when the PIC was updated, needs no update or can't have one, and -1 when
+    /// /dev/arm-comms or the file can't be opened or the update failed.
+    int run() override;
+
+private:
+    bool checkFileName();
+    int runForDevice();
+    int runForGpsPic();
+    int updatePic(PicResponseCheck check);
+
+    std::int32_t lineCounter = 0;
+    lc::MoxArmControl::PicUpdateDevType device = lc::MoxArmControl::PicDevNone;
+    std::array<std::uint16_t, 3> versions{};
+    PicCommandChannel channel;
+    FileStream firmwareFile;
+    std::string firmwarePath;
+};

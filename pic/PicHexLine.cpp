@@ -1,0 +1,82 @@
+#include "pic/PicHexLine.h"
+
+#include "firmware/HexDigits.h"
+
+#include <cstring>
+
+namespace {
+
+constexpr int headerBytes = 4; // byte count, load offset (2), type
+constexpr int checksumBytes = 1;
+constexpr int upperAddressBytes = 2;
+
+/// Value of a digit, or `notHexDigit` for a line end. Throws for any other character.
+int decodeDigit(char character)
+{
+    const int value = hexDigitValue(character);
+    if (value == notHexDigit && !isLineEnd(character)) {
+        throw "Invalid byte format in data";
+    }
+    return value;
+}
+
+} // namespace
+
+void decodeHexLine(const char* line, int length, std::uint8_t* out, int* count, int max)
+{
+    if (line == nullptr || out == nullptr || count == nullptr) {
+        throw "Invalid params";
+    }
+    *count = 0;
+    if (line[0] != ':') {
+        throw "Invalid start character in HEX file.";
+    }
+    if (length < 2) {
+        return;
+    }
+    // A digit left over at the end of the text is paired with the terminating NUL, and so refused.
+    for (int position = 1; position < length && *count < max; position += 2) {
+        const int high = decodeDigit(line[position]);
+        if (high == notHexDigit) {
+            return;
+        }
+        const int low = decodeDigit(line[position + 1]);
+        if (low == notHexDigit) {
+            return;
+        }
+        out[(*count)++] = static_cast<std::uint8_t>(high << 4 | low);
+    }
+}
+
+PicHexRecord::PicHexRecord(const char* line)
+{
+    decodeHexLine(line, static_cast<int>(std::strlen(line)), bytes.data(), &count,
+                  maxPicRecordBytes);
+}
+
+bool PicHexRecord::isTooShort() const
+{
+    return count < headerBytes + checksumBytes;
+}
+
+std::uint16_t PicHexRecord::offset() const
+{
+    return static_cast<std::uint16_t>(bytes[1] << 8 | bytes[2]);
+}
+
+std::uint32_t PicHexRecord::upperAddress() const
+{
+    if (count < headerBytes + upperAddressBytes) {
+        throw "Extended address record without an address";
+    }
+    return std::uint32_t{bytes[headerBytes]} << 24 | std::uint32_t{bytes[headerBytes + 1]} << 16;
+}
+
+std::span<const std::uint8_t> PicHexRecord::dataBytes() const
+{
+    const int length = bytes[0];
+    if (length > count - headerBytes - checksumBytes) {
+        throw "Fewer data bytes in line than its byte count says";
+    }
+    return std::span(bytes).subspan(headerBytes, static_cast<std::size_t>(length));
+}
