@@ -1,0 +1,254 @@
+// The stand-in for the instrument's common library: each operation is traced, ends as the script
+// says, or else shows and changes the simulated instrument.
+
+#include "lc/Exception.h"
+#include "lc/MoxArmControl.h"
+#include "lc/System.h"
+#include "simulator/Instrument.h"
+#include "simulator/Script.h"
+
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+
+using simulator::Bytes;
+using simulator::Instrument;
+using simulator::Outcome;
+using simulator::report;
+
+namespace {
+
+class ScriptedException : public lc::Exception {
+public:
+    explicit ScriptedException(const std::string& exceptionText) : text(exceptionText) {}
+    const char* what() const noexcept override { return text.c_str(); }
+
+private:
+    std::string text;
+};
+
+/// Traces a call and returns its scripted outcome, if it has one and that is no exception.
+std::optional<Outcome> begin(const std::string& operation, const std::string& arguments = "")
+{
+    simulator::trace(operation + "(" + arguments + ")");
+    auto outcome = simulator::Script::instance().next(operation);
+    if (outcome && outcome->has("throw")) {
+        throw ScriptedException(outcome->text("throw"));
+    }
+    if (outcome && outcome->has("throw-other")) {
+        throw std::runtime_error("scripted");
+    }
+    return outcome;
+}
+
+bool succeeds(const std::optional<Outcome>& outcome)
+{
+    return !outcome || !outcome->has("false");
+}
+
+Instrument& instrument()
+{
+    return Instrument::instance();
+}
+
+/// The scripted number, or the instrument's own value.
+template <class Value>
+Value pick(const std::optional<Outcome>& outcome, const char* name, Value own)
+{
+    return static_cast<Value>(outcome ? outcome->number(name, static_cast<long>(own))
+                                      : static_cast<long>(own));
+}
+
+template <class Value>
+void pickAll(const std::optional<Outcome>& outcome, const char* name, std::vector<Value>& values)
+{
+    if (!outcome || !outcome->has(name)) {
+        return;
+    }
+    values.clear();
+    for (const long number : outcome->numbers(name)) {
+        values.push_back(static_cast<Value>(number));
+    }
+}
+
+const char* onOff(bool on)
+{
+    return on ? "on" : "off";
+}
+
+} // namespace
+
+namespace lc {
+
+Exception::~Exception() = default;
+
+const char* Exception::what() const noexcept
+{
+    return "lc::Exception";
+}
+
+std::string MoxArmControl::GetVimbraSwVersion()
+{
+    const auto outcome = begin("GetVimbraSwVersion");
+    return outcome ? outcome->text("text") : "4.2.0 (simulated)";
+}
+
+bool MoxArmControl::GetArmState(ArmMode& mode, int& powerUpKey, unsigned int& faultState)
+{
+    const auto outcome = begin("GetArmState");
+    mode = pick(outcome, "mode", ArmMode{1});
+    powerUpKey = pick(outcome, "key", 0);
+    faultState = pick(outcome, "fault", 0U);
+    return succeeds(outcome);
+}
+
+bool MoxArmControl::GetPowerStates(std::vector<bool>& states)
+{
+    const auto outcome = begin("GetPowerStates");
+    states = instrument().powerStates;
+    pickAll(outcome, "states", states);
+    return succeeds(outcome);
+}
+
+bool MoxArmControl::GetKeyPadState(std::vector<bool>& keys, std::vector<ArmMox::LedStates>& leds)
+{
+    const auto outcome = begin("GetKeyPadState");
+    keys = instrument().keys;
+    leds = instrument().leds;
+    pickAll(outcome, "keys", keys);
+    pickAll(outcome, "leds", leds);
+    return succeeds(outcome);
+}
+
+bool MoxArmControl::GetReelState(CountMode& mode, int& count, bool& sondeState, bool& atexMode)
+{
+    const auto outcome = begin("GetReelState");
+    mode = pick(outcome, "mode", CountMode{0});
+    count = pick(outcome, "count", instrument().reelCount);
+    sondeState = pick(outcome, "sonde", instrument().sondeOn);
+    atexMode = pick(outcome, "atex", false);
+    return succeeds(outcome);
+}
+
+bool MoxArmControl::GetBatInfo(bat_info_to_ui& info)
+{
+    const auto outcome = begin("GetBatInfo");
+    info = instrument().batteries;
+    if (outcome && outcome->has("hex")) {
+        const Bytes bytes = outcome->bytes("hex");
+        std::memcpy(&info, bytes.data(), std::min(bytes.size(), sizeof(info)));
+    }
+    return succeeds(outcome);
+}
+
+bool MoxArmControl::GetMagSensorState()
+{
+    return pick(begin("GetMagSensorState"), "value", instrument().magnetClosed);
+}
+
+bool MoxArmControl::SetReelOverlay(ReelOverlayCtrlType control)
+{
+    const auto outcome = begin("SetReelOverlay", std::to_string(control));
+    report(std::string("reel overlay ") + onOff(control == ReelOverlayOn));
+    return succeeds(outcome);
+}
+
+bool MoxArmControl::SetLedStates(const std::vector<ArmMox::LedStates>& leds)
+{
+    std::string list;
+    for (const ArmMox::LedStates led : leds) {
+        list += std::to_string(led) + ":";
+    }
+    const auto outcome = begin("SetLedStates", list);
+    instrument().leds = leds;
+    return succeeds(outcome);
+}
+
+bool MoxArmControl::ZeroReelCount()
+{
+    const auto outcome = begin("ZeroReelCount");
+    instrument().reelCount = 0;
+    report("reel count zeroed");
+    return succeeds(outcome);
+}
+
+bool MoxArmControl::SetReelSondeState(bool on)
+{
+    const auto outcome = begin("SetReelSondeState", std::to_string(on));
+    if (!succeeds(outcome)) {
+        return false;
+    }
+    instrument().sondeOn = on;
+    report(std::string("sonde ") + onOff(on));
+    return true;
+}
+
+bool MoxArmControl::Ipad_Auth_Chip_Tx(unsigned char reg, unsigned char* data, int length)
+{
+    const Bytes bytes(data, data + length);
+    const auto outcome = begin("Ipad_Auth_Chip_Tx",
+                               std::to_string(reg) + ", " + simulator::toHex(data, bytes.size()));
+    instrument().authRegisters[reg] = bytes;
+    return succeeds(outcome);
+}
+
+bool MoxArmControl::Ipad_Auth_Chip_Rx(unsigned char reg, unsigned char* data, int length,
+                                      int* count)
+{
+    const auto outcome =
+        begin("Ipad_Auth_Chip_Rx", std::to_string(reg) + ", " + std::to_string(length));
+    const Bytes bytes =
+        outcome && outcome->has("hex") ? outcome->bytes("hex") : instrument().authRegisters[reg];
+    const std::size_t size = std::min(bytes.size(), static_cast<std::size_t>(length));
+    std::copy_n(bytes.begin(), size, data);
+    *count = pick(outcome, "count", static_cast<int>(size));
+    return succeeds(outcome);
+}
+
+bool MoxArmControl::Pic_Update_Comm_Tx(PicUpdateDevType device, PicUpdateCmdType command,
+                                       int length, unsigned char* data)
+{
+    const Bytes payload(data, data + length);
+    const auto outcome =
+        begin("Pic_Update_Comm_Tx", std::to_string(device) + ", " + std::to_string(command) + ", " +
+                                        simulator::toHex(data, payload.size()));
+    if (!succeeds(outcome)) {
+        return false;
+    }
+    instrument().sendToPic(device, command, payload);
+    return true;
+}
+
+bool System::GetLcdEnabled()
+{
+    return pick(begin("GetLcdEnabled"), "value", instrument().displayOn);
+}
+
+bool System::SetLcdEnabled(bool enable)
+{
+    const auto outcome = begin("SetLcdEnabled", std::to_string(enable));
+    instrument().displayOn = enable;
+    report(std::string("display ") + onOff(enable));
+    return succeeds(outcome);
+}
+
+bool System::GetLcdRotations(bool& vertical, bool& horizontal)
+{
+    const auto outcome = begin("GetLcdRotations");
+    vertical = pick(outcome, "vertical", instrument().displayVerticalNormal);
+    horizontal = pick(outcome, "horizontal", instrument().displayHorizontalNormal);
+    return succeeds(outcome);
+}
+
+bool System::SetLcdRotation(bool vertical, bool horizontal)
+{
+    const auto outcome =
+        begin("SetLcdRotation", std::to_string(vertical) + ", " + std::to_string(horizontal));
+    instrument().displayVerticalNormal = vertical;
+    instrument().displayHorizontalNormal = horizontal;
+    report(std::string("display ") + (vertical ? "normal" : "flipped") + " vertically, " +
+           (horizontal ? "normal" : "flipped") + " horizontally");
+    return succeeds(outcome);
+}
+
+} // namespace lc

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "simulator/Script.h"
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+
+namespace simulator {
+
+/// The bootloader of one simulated PIC. It is strict: a command out of order, a wrong length,
+/// checksum or address, and a version that is not newer are refused.
+///
+/// Settings of the run: "pic" is silent, late or refuse; "pic-version" the version that the PIC
+/// holds (1.0.0); "gps-mode" (1) and "gps-version" (1) what the GPS PIC reports.
+class PicBootloader {
+public:
+    struct Answer {
+        double delaySeconds = 0;
+        Bytes block; ///< as /dev/arm-comms delivers it; empty: no answer
+    };
+
+    explicit PicBootloader(int picDevice);
+
+    Answer handle(int command, const Bytes& payload);
+
+    /// Reports what the PIC holds now, if it was asked to take anything.
+    void reportMemory() const;
+
+private:
+    enum class State { idle, begun, receiving, dataEnded, finished };
+
+    Bytes answerData(int command, const Bytes& payload);
+    std::uint8_t execute(int command, const Bytes& payload);
+    std::uint8_t takeVersions(const Bytes& payload);
+    std::uint8_t takeBlock(const Bytes& payload);
+    std::uint8_t refuse(const std::string& reason) const;
+    bool isGps() const;
+    std::string name() const;
+
+    int device;
+    State state = State::idle;
+    std::array<int, 3> version{};
+    std::uint32_t nextAddress = 0; ///< blocks have to follow one another
+    std::map<std::uint32_t, Bytes> blocks;
+    Bytes configuration;
+};
+
+} // namespace simulator

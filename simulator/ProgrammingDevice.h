@@ -1,0 +1,30 @@
+#pragma once
+
+#include "simulator/Script.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace simulator {
+
+/// The simulated co-processor behind /dev/arm-program. It takes packets in the order of an image
+/// only: first packet with the count, further packets by their index, end marker.
+class ProgrammingDevice {
+public:
+    /// Takes one packet. Returns false, with the reason on standard error, if it refuses it.
+    bool take(const std::uint8_t* packet, std::size_t size);
+
+    /// Reports what was taken.
+    void reportMemory() const;
+
+private:
+    std::string findFault(const std::uint8_t* packet, std::size_t size) const;
+
+    std::uint32_t announced = 0; ///< data packets, from the first header
+    std::uint32_t taken = 0;     ///< data packets
+    bool ended = false;
+    std::map<std::uint32_t, Bytes> memory;
+};
+
+} // namespace simulator
