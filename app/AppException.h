@@ -16,3 +16,7 @@ public:
 private:
     std::string text;
 };
+
+/// For a handler of any exception: prints the one that is being handled, as `AppException`, as
+/// thrown constant string or as unknown error.
+void printCurrentException();

@@ -19,14 +19,10 @@ int runSelectedTask(int argc, char* argv[])
         }
         std::printf("Running task: %s\n", task->name());
         return task->run();
-    } catch (const AppException& exception) {
-        std::printf("Caught AppException: %s\n", exception.what());
-    } catch (const char* text) {
-        std::printf("Error: %s\n", text);
     } catch (...) {
-        std::puts("Caught unknown error");
+        printCurrentException();
+        return -1;
     }
-    return -1;
 }
 
 } // namespace

@@ -100,14 +100,10 @@ int convert(IntelHexParser& parser, std::FILE* image)
         }
         finishImage(first, image);
         return 0;
-    } catch (const AppException& exception) {
-        std::printf("Caught AppException: %s\n", exception.what());
-    } catch (const char* text) {
-        std::printf("Error: %s\n", text);
     } catch (...) {
-        std::puts("Caught unknown error");
+        printCurrentException();
+        return -1;
     }
-    return -1;
 }
 
 /// Judges the result of a `read` or `write` that has to move `wanted` bytes: prints why it moved

@@ -77,14 +77,10 @@ bool PicUpdate::sendProgram()
 {
     try {
         return sendRecords() && sendLastBlock();
-    } catch (const AppException& exception) {
-        std::printf("Caught AppException: %s\n", exception.what());
-    } catch (const char* text) {
-        std::printf("Error: %s\n", text);
     } catch (...) {
-        std::puts("Caught unknown error");
+        printCurrentException();
+        return false;
     }
-    return false;
 }
 
 bool PicUpdate::sendRecords()

@@ -3,7 +3,7 @@
 #include "listeners/ArmRecord.h"
 #include "simulator/Instrument.h"
 
-#include <string_view>
+#include <array>
 
 namespace simulator {
 
@@ -18,103 +18,82 @@ void append(Bytes& bytes, std::initializer_list<std::uint32_t> words)
     }
 }
 
-void appendRecord(Bytes& block, std::uint32_t tag, std::initializer_list<std::uint32_t> payload)
+Bytes makeRecord(std::uint32_t tag, std::initializer_list<std::uint32_t> payload)
 {
-    append(block, {tag, static_cast<std::uint32_t>(payload.size() * sizeof(std::uint32_t))});
-    append(block, payload);
+    Bytes record;
+    append(record, {tag, static_cast<std::uint32_t>(payload.size() * sizeof(std::uint32_t))});
+    append(record, payload);
+    return record;
 }
-
-void appendData(Bytes& block, std::uint32_t tag, std::string_view text)
-{
-    append(block, {tag, sizeof(DataEntry), static_cast<std::uint32_t>(text.size())});
-    block.insert(block.end(), text.begin(), text.end());
-    block.resize(block.size() + sizeof(DataEntry::data) - text.size());
-}
-
-/// A key pressed (state 1) and released (state 0).
-void appendKey(Bytes& block, std::uint32_t key, std::uint32_t time)
-{
-    appendRecord(block, keyEventTag, {key, time, 1, key, time + 80, 0});
-}
-
-/// Both packs: charge, percentage with temperature and voltage, current, cells, times.
-void appendBatteries(Bytes& block, std::uint32_t time)
-{
-    append(block, {batteryEventTag, 80});
-    for (const std::uint32_t charge : {4100U, 3950U}) {
-        append(block, {charge, 0x39D0'194EU, 350, 0x0E74'0E71U, 0x0E70'0E75U, 0x0000'0E72U, time,
-                       18000, 0, 0});
-    }
-}
-
-} // namespace
 
 Bytes makeEventBlock(unsigned int step)
 {
     constexpr std::uint32_t magneticSensor = 1;
     constexpr std::uint32_t counter = 2;
     constexpr std::uint32_t faultCode = 3;
+    constexpr std::uint32_t noSuchValue = 99;
+    constexpr std::array<std::uint32_t, 8> keys{12, 16, 7, 9, 11, 13, 6, 1};
     Instrument& instrument = Instrument::instance();
     const std::uint32_t time = 1000 + step * 600;
-    Bytes block;
-    switch (step % 14) {
+    const std::uint32_t round = step / 8;
+    const std::uint32_t key = keys[step / 4 % keys.size()];
+    switch (step % 8) {
     case 1:
-        appendKey(block, 12, time); // sonde
-        break;
-    case 3:
+    case 5: // pressed and released
+        return makeRecord(keyEventTag, {key, time, 1, key, time + 80, 0});
+    case 2:
         instrument.magnetClosed = !instrument.magnetClosed;
-        appendRecord(block, keyValueEventTag,
-                     {magneticSensor, static_cast<std::uint32_t>(instrument.magnetClosed)});
-        break;
-    case 4:
-        appendKey(block, 16, time); // display
-        break;
+        return makeRecord(keyValueEventTag, {magneticSensor, instrument.magnetClosed ? 1U : 0U});
+    case 3:
+        return makeRecord(keyValueEventTag, {faultCode, round % 2 == 0 ? 0x38U : 0x10U});
+    case 4: // charge, percentage with temperature and voltage, current, cells, times; twice
+        return makeRecord(batteryEventTag, {4100,   0x39D0'194E, 350, 0x0E74'0E71, 0x0E70'0E75,
+                                            0x0E72, time,        0,   0,           0,
+                                            3950,   0x39C0'184B, 360, 0x0E70'0E70, 0x0E71'0E70,
+                                            0x0E71, time,        0,   0,           0});
     case 6:
-        appendBatteries(block, time);
-        break;
+        return makeRecord(dlsEventTag, {1, round});
     case 7:
-        appendKey(block, step % 4 == 3 ? 7 : 13, time); // display orientation
-        appendKey(block, step % 4 == 3 ? 9 : 11, time);
-        break;
-    case 9:
-        appendRecord(block, keyValueEventTag, {faultCode, step % 4 == 1 ? 0x38U : 0x10U});
-        break;
-    case 10:
-        appendRecord(block, dlsEventTag, {1, step});
-        break;
-    case 12:
-        appendKey(block, 6, time); // zero the reel
-        break;
-    case 13:
-        appendRecord(block, keyValueEventTag, {99, step}); // no such value
-        break;
+        return makeRecord(keyValueEventTag, {noSuchValue, round});
     default:
         instrument.reelCount += 3;
-        appendRecord(block, keyValueEventTag,
-                     {counter, static_cast<std::uint32_t>(instrument.reelCount)});
-        break;
+        return makeRecord(keyValueEventTag,
+                          {counter, static_cast<std::uint32_t>(instrument.reelCount)});
     }
-    return block;
+}
+
+Bytes toBytes(const std::string& text)
+{
+    return Bytes(text.begin(), text.end());
 }
 
 Bytes makeSensorBlock(unsigned int step)
 {
-    Bytes block;
+    Bytes block = makeDataRecord(gpsDataTag, toBytes("$GPGLL,5130.0,N,00007.0,W,120000.00,A,A*71"));
     if (step % 5 == 4) {
-        appendRecord(block, 0xfeedbe02, {step});
-    }
-    appendData(block, gpsDataTag,
-               "$GPGGA,120000.00,5130.0,N,00007.0,W,1,08,0.9,45.0,M,47.0,M,,*5B");
-    if (step % 3 == 2) {
-        appendData(block, gpsDataTag, "$GPGLL,5130.0,N,00007.0,W,120000.00,A,A*71");
+        append(block, {0xfeedbe02, sizeof(step), step});
     }
     return block;
 }
 
-Bytes makeTtyBytes(unsigned int step)
+} // namespace
+
+Bytes makeDataRecord(std::uint32_t tag, const Bytes& data)
 {
-    const std::string text = "AT+CSQ=" + std::to_string(step) + "\r\nOK\r\n";
-    return Bytes(text.begin(), text.end());
+    Bytes block;
+    append(block, {tag, sizeof(DataEntry), static_cast<std::uint32_t>(data.size())});
+    block.insert(block.end(), data.begin(), data.end());
+    block.resize(sizeof(ArmRecordHeader) + sizeof(DataEntry));
+    return block;
+}
+
+Bytes makeLiveBlock(const std::string& path, unsigned int step)
+{
+    if (path == "/dev/arm-events") {
+        return makeEventBlock(step);
+    }
+    return path == "/dev/arm-sensors" ? makeSensorBlock(step)
+                                      : toBytes("AT+CSQ=" + std::to_string(step) + "\r\nOK\r\n");
 }
 
 } // namespace simulator

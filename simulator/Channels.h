@@ -4,11 +4,11 @@
 
 namespace simulator {
 
-// What the channels of an instrument in use deliver: block number `step`, counted from 0. The
-// events change the instrument as they tell.
+/// A record with one `DataEntry`.
+Bytes makeDataRecord(std::uint32_t tag, const Bytes& data);
 
-Bytes makeEventBlock(unsigned int step);
-Bytes makeSensorBlock(unsigned int step);
-Bytes makeTtyBytes(unsigned int step);
+/// What a channel of an instrument in use delivers: block number `step`, counted from 0, of the
+/// device `path`. The events change the instrument as they tell.
+Bytes makeLiveBlock(const std::string& path, unsigned int step);
 
 } // namespace simulator

@@ -8,7 +8,6 @@
 #include "simulator/Script.h"
 
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
 
 using simulator::Bytes;
@@ -27,23 +26,23 @@ private:
     std::string text;
 };
 
-/// Traces a call and returns its scripted outcome, if it has one and that is no exception.
-std::optional<Outcome> begin(const std::string& operation, const std::string& arguments = "")
+/// Traces a call and returns its scripted outcome, unless that is an exception.
+Outcome begin(const std::string& operation, const std::string& arguments = "")
 {
     simulator::trace(operation + "(" + arguments + ")");
-    auto outcome = simulator::Script::instance().next(operation);
-    if (outcome && outcome->has("throw")) {
-        throw ScriptedException(outcome->text("throw"));
+    Outcome outcome = simulator::Script::instance().next(operation);
+    if (outcome.has("throw")) {
+        throw ScriptedException(outcome.text("throw"));
     }
-    if (outcome && outcome->has("throw-other")) {
+    if (outcome.has("throw-other")) {
         throw std::runtime_error("scripted");
     }
     return outcome;
 }
 
-bool succeeds(const std::optional<Outcome>& outcome)
+bool succeeds(const Outcome& outcome)
 {
-    return !outcome || !outcome->has("false");
+    return !outcome.has("false");
 }
 
 Instrument& instrument()
@@ -53,27 +52,27 @@ Instrument& instrument()
 
 /// The scripted number, or the instrument's own value.
 template <class Value>
-Value pick(const std::optional<Outcome>& outcome, const char* name, Value own)
+Value pick(const Outcome& outcome, const char* name, Value own)
 {
-    return static_cast<Value>(outcome ? outcome->number(name, static_cast<long>(own))
-                                      : static_cast<long>(own));
+    return static_cast<Value>(outcome.number(name, static_cast<long>(own)));
 }
 
+/// The scripted values, one digit each, or the instrument's own.
 template <class Value>
-void pickAll(const std::optional<Outcome>& outcome, const char* name, std::vector<Value>& values)
+std::vector<Value> pickAll(const Outcome& outcome, const char* name, std::vector<Value> own)
 {
-    if (!outcome || !outcome->has(name)) {
-        return;
+    std::vector<Value> values;
+    for (const char digit : outcome.text(name)) {
+        values.push_back(static_cast<Value>(digit - '0'));
     }
-    values.clear();
-    for (const long number : outcome->numbers(name)) {
-        values.push_back(static_cast<Value>(number));
-    }
+    return outcome.has(name) ? values : own;
 }
 
-const char* onOff(bool on)
+/// Shows what a switch of the instrument does.
+bool reportSwitch(const char* what, bool on)
 {
-    return on ? "on" : "off";
+    report("%s %s", what, on ? "on" : "off");
+    return on;
 }
 
 } // namespace
@@ -90,7 +89,7 @@ const char* Exception::what() const noexcept
 std::string MoxArmControl::GetVimbraSwVersion()
 {
     const auto outcome = begin("GetVimbraSwVersion");
-    return outcome ? outcome->text("text") : "4.2.0 (simulated)";
+    return outcome.has("text") ? outcome.text("text") : "4.2.0 (simulated)";
 }
 
 bool MoxArmControl::GetArmState(ArmMode& mode, int& powerUpKey, unsigned int& faultState)
@@ -105,18 +104,15 @@ bool MoxArmControl::GetArmState(ArmMode& mode, int& powerUpKey, unsigned int& fa
 bool MoxArmControl::GetPowerStates(std::vector<bool>& states)
 {
     const auto outcome = begin("GetPowerStates");
-    states = instrument().powerStates;
-    pickAll(outcome, "states", states);
+    states = pickAll(outcome, "states", std::vector<bool>{true, true, false, true});
     return succeeds(outcome);
 }
 
 bool MoxArmControl::GetKeyPadState(std::vector<bool>& keys, std::vector<ArmMox::LedStates>& leds)
 {
     const auto outcome = begin("GetKeyPadState");
-    keys = instrument().keys;
-    leds = instrument().leds;
-    pickAll(outcome, "keys", keys);
-    pickAll(outcome, "leds", leds);
+    keys = pickAll(outcome, "keys", std::vector<bool>(17, false));
+    leds = pickAll(outcome, "leds", instrument().leds);
     return succeeds(outcome);
 }
 
@@ -133,11 +129,10 @@ bool MoxArmControl::GetReelState(CountMode& mode, int& count, bool& sondeState, 
 bool MoxArmControl::GetBatInfo(bat_info_to_ui& info)
 {
     const auto outcome = begin("GetBatInfo");
-    info = instrument().batteries;
-    if (outcome && outcome->has("hex")) {
-        const Bytes bytes = outcome->bytes("hex");
-        std::memcpy(&info, bytes.data(), std::min(bytes.size(), sizeof(info)));
-    }
+    info = {Instrument::makeBattery('R'), Instrument::makeBattery('L')};
+    const Bytes bytes = outcome.bytes("hex");
+    std::copy_n(bytes.begin(), std::min(bytes.size(), sizeof(info)),
+                reinterpret_cast<std::uint8_t*>(&info));
     return succeeds(outcome);
 }
 
@@ -149,7 +144,7 @@ bool MoxArmControl::GetMagSensorState()
 bool MoxArmControl::SetReelOverlay(ReelOverlayCtrlType control)
 {
     const auto outcome = begin("SetReelOverlay", std::to_string(control));
-    report(std::string("reel overlay ") + onOff(control == ReelOverlayOn));
+    reportSwitch("reel overlay", control == ReelOverlayOn);
     return succeeds(outcome);
 }
 
@@ -178,18 +173,15 @@ bool MoxArmControl::SetReelSondeState(bool on)
     if (!succeeds(outcome)) {
         return false;
     }
-    instrument().sondeOn = on;
-    report(std::string("sonde ") + onOff(on));
+    instrument().sondeOn = reportSwitch("sonde", on);
     return true;
 }
 
 bool MoxArmControl::Ipad_Auth_Chip_Tx(unsigned char reg, unsigned char* data, int length)
 {
-    const Bytes bytes(data, data + length);
-    const auto outcome = begin("Ipad_Auth_Chip_Tx",
-                               std::to_string(reg) + ", " + simulator::toHex(data, bytes.size()));
-    instrument().authRegisters[reg] = bytes;
-    return succeeds(outcome);
+    return succeeds(
+        begin("Ipad_Auth_Chip_Tx", std::to_string(reg) + ", " +
+                                       simulator::toHex(data, static_cast<std::size_t>(length))));
 }
 
 bool MoxArmControl::Ipad_Auth_Chip_Rx(unsigned char reg, unsigned char* data, int length,
@@ -198,7 +190,7 @@ bool MoxArmControl::Ipad_Auth_Chip_Rx(unsigned char reg, unsigned char* data, in
     const auto outcome =
         begin("Ipad_Auth_Chip_Rx", std::to_string(reg) + ", " + std::to_string(length));
     const Bytes bytes =
-        outcome && outcome->has("hex") ? outcome->bytes("hex") : instrument().authRegisters[reg];
+        outcome.has("hex") ? outcome.bytes("hex") : Instrument::readAuthRegister(reg);
     const std::size_t size = std::min(bytes.size(), static_cast<std::size_t>(length));
     std::copy_n(bytes.begin(), size, data);
     *count = pick(outcome, "count", static_cast<int>(size));
@@ -227,8 +219,7 @@ bool System::GetLcdEnabled()
 bool System::SetLcdEnabled(bool enable)
 {
     const auto outcome = begin("SetLcdEnabled", std::to_string(enable));
-    instrument().displayOn = enable;
-    report(std::string("display ") + onOff(enable));
+    instrument().displayOn = reportSwitch("display", enable);
     return succeeds(outcome);
 }
 
@@ -246,8 +237,8 @@ bool System::SetLcdRotation(bool vertical, bool horizontal)
         begin("SetLcdRotation", std::to_string(vertical) + ", " + std::to_string(horizontal));
     instrument().displayVerticalNormal = vertical;
     instrument().displayHorizontalNormal = horizontal;
-    report(std::string("display ") + (vertical ? "normal" : "flipped") + " vertically, " +
-           (horizontal ? "normal" : "flipped") + " horizontally");
+    report("display %s vertically, %s horizontally", vertical ? "normal" : "flipped",
+           horizontal ? "normal" : "flipped");
     return succeeds(outcome);
 }
 

@@ -4,19 +4,16 @@
 
 #include "simulator/Channels.h"
 #include "simulator/Instrument.h"
-#include "simulator/ProgrammingDevice.h"
 #include "simulator/Script.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <memory>
 #include <sys/select.h>
 #include <unistd.h>
 
@@ -36,88 +33,47 @@ Function* real(Function* /*own*/, const char* name)
 #define REAL(function) real(&(function), #function)
 
 constexpr double never = 1e18;
+constexpr double liveInterval = 0.6; // seconds between the blocks of a channel
+constexpr const char* commDevice = "/dev/arm-comms";
+constexpr const char* programDevice = "/dev/arm-program";
 
-/// A device node: what it delivers, and when.
-class Node {
-public:
-    virtual ~Node() = default;
-    virtual double nextArrival() { return never; }
-    virtual Bytes take() { return {}; }
-    virtual bool give(const std::uint8_t* /*bytes*/, std::size_t /*size*/) { return false; }
-};
-
-/// A channel of an instrument in use, with a new block every 0.6 seconds.
-class LiveNode : public Node {
-public:
-    explicit LiveNode(Bytes (*makeNext)(unsigned int)) : make(makeNext) {}
-    double nextArrival() override { return 0.6 * (step + 1); }
-    Bytes take() override { return make(step++); }
-
-private:
-    Bytes (*make)(unsigned int);
-    unsigned int step = 0;
-};
-
-class CommNode : public Node {
-public:
-    double nextArrival() override { return replies().empty() ? never : replies().front().arrival; }
-    Bytes take() override
-    {
-        const Bytes block = replies().front().block;
-        replies().pop_front();
-        return block;
-    }
-
-private:
-    static std::deque<Instrument::Reply>& replies() { return Instrument::instance().replies; }
-};
-
-class ProgramNode : public Node {
-public:
-    ~ProgramNode() override { device.reportMemory(); }
-    bool give(const std::uint8_t* bytes, std::size_t size) override
-    {
-        return device.take(bytes, size);
-    }
-
-private:
-    simulator::ProgrammingDevice device;
-};
-
-std::unique_ptr<Node> makeNode(const std::string& path)
+bool isSimulated(const std::string& path)
 {
-    if (path == "/dev/arm-events") {
-        return std::make_unique<LiveNode>(simulator::makeEventBlock);
-    }
-    if (path == "/dev/arm-sensors") {
-        return std::make_unique<LiveNode>(simulator::makeSensorBlock);
-    }
-    if (path == "/dev/ttyARM0") {
-        return std::make_unique<LiveNode>(simulator::makeTtyBytes);
-    }
-    if (path == "/dev/arm-comms") {
-        return std::make_unique<CommNode>();
-    }
-    if (path == "/dev/arm-program") {
-        return std::make_unique<ProgramNode>();
-    }
-    return nullptr;
+    return path.starts_with("/dev/arm-") || path == "/dev/ttyARM0";
 }
 
+std::deque<Instrument::Reply>& replies()
+{
+    return Instrument::instance().replies;
+}
+
+/// A file opened through `open`, of the machine or simulated.
 struct OpenFile {
     std::string path;
-    std::unique_ptr<Node> node; ///< null for a file of the machine
+    unsigned int step = 0; ///< blocks delivered by a live channel
 
     std::string key(const char* call) const { return path + ":" + call; }
-    bool readIsScripted() const { return Script::instance().mentions(key("read")); }
 
     /// When the next read will deliver something, in seconds.
     double nextArrival() const
     {
-        if (readIsScripted()) {
+        if (Script::instance().mentions(key("read"))) {
             return Script::instance().hasMore(key("read")) ? 0 : never;
         }
-        return node->nextArrival();
+        if (path == commDevice) {
+            return replies().empty() ? never : replies().front().arrival;
+        }
+        return path == programDevice ? never : liveInterval * (step + 1);
+    }
+
+    Bytes takeBlock()
+    {
+        if (path != commDevice) {
+            return simulator::makeLiveBlock(path, step++);
+        }
+        const Bytes block = replies().front().block;
+        replies().pop_front();
+        return block;
     }
 };
 
@@ -133,15 +89,13 @@ OpenFile* find(int fd)
     return file != openFiles().end() ? &file->second : nullptr;
 }
 
-std::string translate(const char* path)
+std::string translate(const std::string& path)
 {
-    constexpr std::string_view volatileDirectory = "/var/volatile/";
+    constexpr const char* volatileDirectory = "/var/volatile/";
     const char* const replacement = std::getenv("VIMBRA_SIM_VOLATILE");
-    const std::string text = path;
-    if (replacement == nullptr || !text.starts_with(volatileDirectory)) {
-        return text;
-    }
-    return replacement + text.substr(volatileDirectory.size() - 1);
+    return replacement != nullptr && path.starts_with(volatileDirectory)
+               ? replacement + path.substr(std::strlen(volatileDirectory) - 1)
+               : path;
 }
 
 /// Traces a call and its result; keeps errno.
@@ -155,18 +109,18 @@ Result traced(const std::string& call, Result result)
     return result;
 }
 
-template <class Result = int>
-Result failWith(int error)
+int failWith(long error)
 {
-    errno = error;
+    errno = static_cast<int>(error);
     return -1;
 }
 
-/// The run of a listener ends here, as if from outside.
-void endRun()
+/// The outcome of a call on a file; errno is what it says.
+Outcome nextOutcome(const OpenFile& file, const char* call)
 {
-    std::fflush(stdout);
-    std::raise(SIGTERM);
+    Outcome outcome = Script::instance().next(file.key(call));
+    errno = static_cast<int>(outcome.number("error", errno));
+    return outcome;
 }
 
 ssize_t deliver(const Bytes& bytes, void* buffer, std::size_t size)
@@ -178,63 +132,50 @@ ssize_t deliver(const Bytes& bytes, void* buffer, std::size_t size)
 
 ssize_t readFrom(OpenFile& file, int fd, void* buffer, std::size_t size)
 {
-    const auto outcome = Script::instance().next(file.key("read"));
-    if (outcome && outcome->has("error")) {
-        return failWith<ssize_t>(outcome->error());
+    const Outcome outcome = nextOutcome(file, "read");
+    if (outcome.has("error")) {
+        return -1;
     }
-    if (outcome && outcome->has("hex")) {
-        return deliver(outcome->bytes("hex"), buffer, size);
+    if (outcome.has("hex")) {
+        return deliver(outcome.bytes("hex"), buffer, size);
     }
-    if (file.node) {
-        return file.nextArrival() <= simulator::now() ? deliver(file.node->take(), buffer, size)
-                                                      : failWith<ssize_t>(EAGAIN);
+    if (isSimulated(file.path)) {
+        return file.nextArrival() <= simulator::now() ? deliver(file.takeBlock(), buffer, size)
+                                                      : failWith(EAGAIN);
     }
-    const auto wanted = static_cast<long>(size);
-    const long limit = outcome ? std::min(outcome->number("count", wanted), wanted) : wanted;
-    const ssize_t count = REAL(read)(fd, buffer, static_cast<std::size_t>(limit));
-    const long flipped = outcome ? outcome->number("flip", count) : count;
-    if (flipped < count) {
-        static_cast<std::uint8_t*>(buffer)[flipped] ^= 1;
+    const auto wanted = static_cast<std::size_t>(outcome.number("count", static_cast<long>(size)));
+    const ssize_t count = REAL(read)(fd, buffer, std::min(wanted, size));
+    if (outcome.has("flip")) {
+        static_cast<std::uint8_t*>(buffer)[outcome.number("flip", 0)] ^= 1;
     }
     return count;
 }
 
-ssize_t writeTo(OpenFile& file, int fd, const void* buffer, std::size_t size)
+ssize_t writeTo(const OpenFile& file, const void* buffer, std::size_t size)
 {
-    const auto outcome = Script::instance().next(file.key("write"));
-    if (outcome && outcome->has("error")) {
-        return failWith<ssize_t>(outcome->error());
+    const Outcome outcome = nextOutcome(file, "write");
+    if (outcome.has("error") || outcome.has("count")) {
+        return outcome.number("count", -1);
     }
-    if (outcome && outcome->has("count")) {
-        return outcome->number("count", 0);
-    }
-    if (!file.node) {
-        return REAL(write)(fd, buffer, size);
-    }
-    return file.node->give(static_cast<const std::uint8_t*>(buffer), size)
-               ? static_cast<ssize_t>(size)
-               : failWith<ssize_t>(EIO);
+    auto& device = Instrument::instance().programmingDevice;
+    return device.take(static_cast<const std::uint8_t*>(buffer), size) ? static_cast<ssize_t>(size)
+                                                                       : failWith(EIO);
 }
 
 int waitFor(const OpenFile& file, const timeval* timeout)
 {
-    const auto outcome = Script::instance().next(file.key("select"));
-    if (outcome && outcome->has("error")) {
-        return failWith(outcome->error());
+    const Outcome outcome = nextOutcome(file, "select");
+    if (outcome.has("error")) {
+        return -1;
     }
-    if (outcome && outcome->has("end")) {
-        endRun();
-    }
-    const double limit = timeout == nullptr ? never
-                                            : static_cast<double>(timeout->tv_sec) +
-                                                  static_cast<double>(timeout->tv_usec) / 1e6;
+    const double limit = timeout == nullptr ? never : static_cast<double>(timeout->tv_sec);
     const double wait = std::max(0.0, file.nextArrival() - simulator::now());
-    if (outcome && outcome->has("timeout")) {
-        simulator::pause(timeout == nullptr ? 0 : limit);
+    if (outcome.has("timeout")) {
         return 0;
     }
-    if (wait >= never / 2 && timeout == nullptr) {
-        endRun();
+    if (outcome.has("end") || (timeout == nullptr && wait >= never / 2)) {
+        std::fflush(stdout);
+        std::raise(SIGTERM); // a listener is ended from outside
     }
     simulator::pause(std::min(wait, limit));
     return wait <= limit ? 1 : 0;
@@ -244,25 +185,21 @@ int waitFor(const OpenFile& file, const timeval* timeout)
 
 extern "C" {
 
-int open(const char* path, int flags, ...)
+int open(const char* path, int flags, ...) // the tool creates no file this way
 {
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
-    va_end(arguments);
     const std::string call = std::string("open(") + path + ", " + std::to_string(flags) + ")";
-    const auto outcome = Script::instance().next(std::string(path) + ":open");
-    if (outcome && outcome->has("error")) {
-        return traced(call, failWith(outcome->error()));
+    const OpenFile file{path};
+    if (nextOutcome(file, "open").has("error")) {
+        return traced(call, -1);
     }
-    std::unique_ptr<Node> node = makeNode(path);
     // A simulated node is never touched through its descriptor, which only has to be a real one.
-    const int fd =
-        node ? REAL(open)("/dev/null", O_RDONLY) : REAL(open)(translate(path).c_str(), flags, mode);
+    const int fd = isSimulated(path) ? REAL(open)("/dev/null", O_RDONLY)
+                                     : REAL(open)(translate(path).c_str(), flags);
     if (fd != -1) {
-        openFiles()[fd] = {path, std::move(node)};
+        openFiles()[fd] = file;
     }
-    return traced(call, fd);
+    traced(call, fd == -1 ? -1 : 0); // descriptors differ from machine to machine
+    return fd;
 }
 
 FILE* fopen(const char* path, const char* mode)
@@ -295,7 +232,7 @@ ssize_t write(int fd, const void* buffer, size_t size)
     }
     return traced("write(" + file->path + ", " +
                       simulator::toHex(static_cast<const std::uint8_t*>(buffer), size) + ")",
-                  writeTo(*file, fd, buffer, size));
+                  writeTo(*file, buffer, size));
 }
 
 int fsync(int fd)
@@ -306,21 +243,16 @@ int fsync(int fd)
 
 int select(int count, fd_set* readSet, fd_set* writeSet, fd_set* exceptSet, timeval* timeout)
 {
-    const auto file = std::find_if(openFiles().begin(), openFiles().end(), [&](const auto& entry) {
-        return entry.second.node && readSet != nullptr && entry.first < count &&
-               FD_ISSET(entry.first, readSet);
-    });
-    if (file == openFiles().end()) {
+    OpenFile* const file = find(count - 1); // the tool waits for one descriptor at a time
+    if (file == nullptr) {
         return REAL(select)(count, readSet, writeSet, exceptSet, timeout);
     }
-    const std::string limit = timeout == nullptr ? "none"
-                                                 : std::to_string(timeout->tv_sec) + "." +
-                                                       std::to_string(timeout->tv_usec);
-    const int ready = waitFor(file->second, timeout);
+    const std::string limit = timeout == nullptr ? "none" : std::to_string(timeout->tv_sec);
+    const int ready = waitFor(*file, timeout);
     if (ready == 0) {
         FD_ZERO(readSet);
     }
-    return traced("select(" + file->second.path + ", " + limit + ")", ready);
+    return traced("select(" + file->path + ", " + limit + ")", ready);
 }
 
 int usleep(useconds_t microseconds)

@@ -3,14 +3,7 @@
 #include "lc/ArmMox.h"
 #include "lc/BatteryInfo.h"
 #include "simulator/PicBootloader.h"
-#include "simulator/Script.h"
-
-#include <array>
-#include <cstdint>
-#include <deque>
-#include <map>
-#include <string>
-#include <vector>
+#include "simulator/ProgrammingDevice.h"
 
 namespace simulator {
 
@@ -23,9 +16,13 @@ void pause(double seconds);
 class Instrument {
 public:
     static Instrument& instance();
-    ~Instrument(); ///< reports what the PICs hold now
+    ~Instrument(); ///< reports what co-processor and PICs hold now
 
-    /// Hands a bootloader command to a PIC; its answer waits in `replies`.
+    static BatteryInfoRecord makeBattery(char type);
+    static Bytes readAuthRegister(int reg);
+
+    /// Hands a bootloader command to a PIC; its answer waits in `replies`. The setting "pic" of the
+    /// run is silent, late or refuse.
     void sendToPic(int device, int command, const Bytes& payload);
 
     struct Reply {
@@ -33,6 +30,7 @@ public:
         Bytes block;
     };
     std::deque<Reply> replies; ///< on /dev/arm-comms
+    ProgrammingDevice programmingDevice;
 
     int reelCount = 120;
     bool sondeOn = false;
@@ -40,15 +38,9 @@ public:
     bool displayVerticalNormal = true;
     bool displayHorizontalNormal = true;
     bool magnetClosed = false;
-    std::vector<bool> keys = std::vector<bool>(17, false);
-    std::vector<ArmMox::LedStates> leds = std::vector<ArmMox::LedStates>(6, ArmMox::LedStates{});
-    std::vector<bool> powerStates{true, true, false, true};
-    bat_info_to_ui batteries;
-    std::map<int, Bytes> authRegisters;
+    std::vector<ArmMox::LedStates> leds = std::vector<ArmMox::LedStates>(6);
 
 private:
-    Instrument();
-
     std::map<int, PicBootloader> pics;
 };
 

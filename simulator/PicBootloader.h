@@ -3,10 +3,6 @@
 #include "simulator/Script.h"
 
 #include <array>
-#include <cstdint>
-#include <map>
-#include <set>
-#include <string>
 
 namespace simulator {
 
@@ -17,14 +13,10 @@ namespace simulator {
 /// holds (1.0.0); "gps-mode" (1) and "gps-version" (1) what the GPS PIC reports.
 class PicBootloader {
 public:
-    struct Answer {
-        double delaySeconds = 0;
-        Bytes block; ///< as /dev/arm-comms delivers it; empty: no answer
-    };
-
     explicit PicBootloader(int picDevice);
 
-    Answer handle(int command, const Bytes& payload);
+    /// Takes a command and returns the data bytes of the answer.
+    Bytes answer(int command, const Bytes& payload);
 
     /// Reports what the PIC holds now, if it was asked to take anything.
     void reportMemory() const;
@@ -32,20 +24,20 @@ public:
 private:
     enum class State { idle, begun, receiving, dataEnded, finished };
 
-    Bytes answerData(int command, const Bytes& payload);
     std::uint8_t execute(int command, const Bytes& payload);
     std::uint8_t takeVersions(const Bytes& payload);
     std::uint8_t takeBlock(const Bytes& payload);
-    std::uint8_t refuse(const std::string& reason) const;
-    bool isGps() const;
-    std::string name() const;
+    std::uint8_t refuse(const char* reason) const;
+    const char* name() const;
 
     int device;
+    bool isGps;
     State state = State::idle;
     std::array<int, 3> version{};
     std::uint32_t nextAddress = 0; ///< blocks have to follow one another
-    std::map<std::uint32_t, Bytes> blocks;
-    Bytes configuration;
+    std::uint32_t blockCount = 0;
+    Bytes memory; ///< the data of the blocks, one behind the other
+    bool isConfigured = false;
 };
 
 } // namespace simulator

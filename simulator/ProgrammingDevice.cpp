@@ -1,91 +1,67 @@
 #include "simulator/ProgrammingDevice.h"
 
-#include "firmware/ArmFirmwareProgram.h"
-
-#include <cstdio>
+#include <algorithm>
 #include <cstring>
 #include <numeric>
 
 namespace simulator {
 
-namespace {
-
-ImagePacketHeader readHeader(const std::uint8_t* packet)
+const char* ProgrammingDevice::findFault(const ImagePacketHeader& header, const Bytes& data) const
 {
-    ImagePacketHeader header;
-    std::memcpy(&header, packet, sizeof(header));
-    return header;
-}
-
-} // namespace
-
-std::string ProgrammingDevice::findFault(const std::uint8_t* packet, std::size_t size) const
-{
-    if (size < sizeof(ImagePacketHeader)) {
-        return "packet without a whole header";
-    }
-    const ImagePacketHeader header = readHeader(packet);
     if (ended) {
         return "packet behind the end marker";
     }
     if (header.packetType == endMarkerPacket) {
-        const bool isEmpty = size == sizeof(header) && header.packetIndex == 0 &&
-                             header.address == 0 && header.dataLength == 0 && header.checksum == 0;
-        return !isEmpty             ? "end marker with data"
-               : taken == 0         ? "end marker without data packets"
-               : taken != announced ? "end marker at the wrong place"
-                                    : "";
+        const bool isBare = data.empty() && header.packetIndex == 0 && header.address == 0 &&
+                            header.dataLength == 0 && header.checksum == 0;
+        return isBare && taken != 0 && taken == announced ? nullptr : "wrong end marker";
     }
-    if (header.packetType != (taken == 0 ? firstDataPacket : furtherDataPacket)) {
-        return "packet type out of order";
+    const bool isFirst = taken == 0;
+    if (header.packetType != (isFirst ? firstDataPacket : furtherDataPacket) ||
+        (isFirst ? header.packetIndex == 0 : header.packetIndex != taken || taken >= announced)) {
+        return "packet type or index out of order";
     }
-    if (header.dataLength != imageChunkSize || size != sizeof(ImagePacket)) {
+    if (header.dataLength != imageChunkSize || data.size() != imageChunkSize) {
         return "wrong length";
     }
-    if (taken == 0 ? header.packetIndex == 0 : header.packetIndex != taken || taken >= announced) {
-        return "wrong packet index";
-    }
-    const unsigned int sum = std::accumulate(packet + sizeof(header), packet + size, 0U);
-    if (((sum + header.checksum) & 0xFF) != 0 || header.checksum > 0xFF) {
-        return "wrong checksum";
-    }
-    return memory.contains(header.address) ? "address programmed twice" : "";
+    const std::uint32_t sum = std::accumulate(data.begin(), data.end(), header.checksum);
+    return sum % 256 != 0 || header.checksum > 255 ? "wrong checksum"
+           : memory.contains(header.address)       ? "address programmed twice"
+                                                   : nullptr;
 }
 
 bool ProgrammingDevice::take(const std::uint8_t* packet, std::size_t size)
 {
-    const std::string fault = findFault(packet, size);
-    if (!fault.empty()) {
-        report("co-processor refuses: " + fault);
+    ImagePacketHeader header{};
+    std::memcpy(&header, packet, std::min(size, sizeof(header)));
+    const Bytes data(packet + std::min(size, sizeof(header)), packet + size);
+    if (const char* const fault = findFault(header, data)) {
+        report("co-processor refuses: %s", fault);
         return false;
     }
-    const ImagePacketHeader header = readHeader(packet);
-    if (header.packetType == endMarkerPacket) {
-        ended = true;
-        return true;
+    ended = header.packetType == endMarkerPacket;
+    if (!ended) {
+        announced = taken == 0 ? header.packetIndex : announced;
+        ++taken;
+        memory[header.address] = data;
     }
-    announced = taken == 0 ? header.packetIndex : announced;
-    ++taken;
-    memory[header.address] = Bytes(packet + sizeof(header), packet + size);
     return true;
 }
 
 void ProgrammingDevice::reportMemory() const
 {
-    report("co-processor took " + std::to_string(taken) + " of " + std::to_string(announced) +
-           " data packets, " + (ended ? "end marker" : "NO END MARKER"));
-    for (auto first = memory.begin(); first != memory.end();) {
+    if (taken == 0) {
+        return;
+    }
+    report("co-processor took %u of %u data packets, %s", taken, announced,
+           ended ? "end marker" : "NO END MARKER");
+    for (auto next = memory.begin(); next != memory.end();) {
+        const std::uint32_t first = next->first;
         Bytes range;
-        auto next = first;
-        while (next != memory.end() && next->first == first->first + range.size()) {
+        for (; next != memory.end() && next->first == first + range.size(); ++next) {
             range.insert(range.end(), next->second.begin(), next->second.end());
-            ++next;
         }
-        char text[80];
-        std::snprintf(text, sizeof(text), "  0x%08x-0x%08zx, crc32 %08x", first->first,
-                      first->first + range.size() - 1, crc32(range));
-        report(text);
-        first = next;
+        report("  0x%08x-0x%08zx, crc32 %08x", first, first + range.size() - 1, crc32(range));
     }
 }
 

@@ -1,10 +1,9 @@
 #pragma once
 
+#include "firmware/ArmFirmwareProgram.h"
 #include "simulator/Script.h"
 
-#include <cstdint>
 #include <map>
-#include <string>
 
 namespace simulator {
 
@@ -15,11 +14,11 @@ public:
     /// Takes one packet. Returns false, with the reason on standard error, if it refuses it.
     bool take(const std::uint8_t* packet, std::size_t size);
 
-    /// Reports what was taken.
+    /// Reports what was taken, if there was anything.
     void reportMemory() const;
 
 private:
-    std::string findFault(const std::uint8_t* packet, std::size_t size) const;
+    const char* findFault(const ImagePacketHeader& header, const Bytes& data) const;
 
     std::uint32_t announced = 0; ///< data packets, from the first header
     std::uint32_t taken = 0;     ///< data packets

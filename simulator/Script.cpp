@@ -1,8 +1,8 @@
 #include "simulator/Script.h"
 
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <iomanip>
 #include <sstream>
@@ -10,16 +10,6 @@
 namespace simulator {
 
 namespace {
-
-std::vector<std::string> split(const std::string& text, char separator)
-{
-    std::vector<std::string> parts;
-    std::istringstream stream(text);
-    for (std::string part; std::getline(stream, part, separator);) {
-        parts.push_back(part);
-    }
-    return parts;
-}
 
 const char* environment(const char* name)
 {
@@ -31,17 +21,16 @@ const char* environment(const char* name)
 
 Outcome::Outcome(const std::string& text)
 {
-    for (const std::string& field : split(text, ',')) {
-        const std::size_t equals = field.find('=');
-        fields[field.substr(0, equals)] =
-            equals == std::string::npos ? "" : field.substr(equals + 1);
+    std::istringstream stream(text);
+    for (std::string field; std::getline(stream, field, ',');) {
+        const std::string name = field.substr(0, field.find('='));
+        fields[name] = field.size() > name.size() ? field.substr(name.size() + 1) : "";
     }
 }
 
 std::string Outcome::text(const std::string& name) const
 {
-    const auto field = fields.find(name);
-    return field != fields.end() ? field->second : "";
+    return has(name) ? fields.at(name) : "";
 }
 
 long Outcome::number(const std::string& name, long fallback) const
@@ -49,37 +38,14 @@ long Outcome::number(const std::string& name, long fallback) const
     return has(name) ? std::strtol(text(name).c_str(), nullptr, 0) : fallback;
 }
 
-std::vector<long> Outcome::numbers(const std::string& name) const
-{
-    std::vector<long> values;
-    for (const std::string& part : split(text(name), ':')) {
-        values.push_back(std::strtol(part.c_str(), nullptr, 0));
-    }
-    return values;
-}
-
 Bytes Outcome::bytes(const std::string& name) const
 {
     const std::string digits = text(name);
     Bytes values;
     for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-        values.push_back(
-            static_cast<std::uint8_t>(std::strtoul(digits.substr(i, 2).c_str(), nullptr, 16)));
+        values.push_back(static_cast<std::uint8_t>(std::stoul(digits.substr(i, 2), nullptr, 16)));
     }
     return values;
-}
-
-int Outcome::error() const
-{
-    constexpr int lastError = 133;
-    const std::string wanted = text("error");
-    for (int error = 1; error <= lastError; ++error) {
-        const char* const name = strerrorname_np(error);
-        if (name != nullptr && wanted == name) {
-            return error;
-        }
-    }
-    return 0;
 }
 
 Script& Script::instance()
@@ -94,8 +60,8 @@ Script::Script()
     for (std::string line; std::getline(file, line);) {
         std::istringstream words(line);
         std::string key;
-        words >> std::quoted(key);
         std::string word;
+        words >> std::quoted(key);
         if (key == "set" && words >> word) {
             words >> std::quoted(settings[word]);
             continue;
@@ -106,26 +72,24 @@ Script::Script()
     }
 }
 
-std::optional<Outcome> Script::next(const std::string& key)
+Outcome Script::next(const std::string& key)
 {
     if (!hasMore(key)) {
-        return std::nullopt;
+        return Outcome("");
     }
-    const std::string text = outcomes[key].front();
+    const Outcome outcome(outcomes[key].front());
     outcomes[key].pop_front();
-    return text == "ok" ? std::nullopt : std::optional<Outcome>(text);
+    return outcome;
 }
 
 bool Script::hasMore(const std::string& key) const
 {
-    const auto queue = outcomes.find(key);
-    return queue != outcomes.end() && !queue->second.empty();
+    return mentions(key) && !outcomes.at(key).empty();
 }
 
 std::string Script::setting(const std::string& name, const std::string& fallback) const
 {
-    const auto found = settings.find(name);
-    return found != settings.end() ? found->second : fallback;
+    return settings.contains(name) ? settings.at(name) : fallback;
 }
 
 void trace(const std::string& line)
@@ -134,9 +98,14 @@ void trace(const std::string& line)
     file << line << std::endl;
 }
 
-void report(const std::string& line)
+void report(const char* format, ...)
 {
-    std::fprintf(stderr, "[simulated instrument] %s\n", line.c_str());
+    va_list arguments;
+    va_start(arguments, format);
+    std::fputs("[simulated instrument] ", stderr);
+    std::vfprintf(stderr, format, arguments);
+    std::fputs("\n", stderr);
+    va_end(arguments);
 }
 
 std::string toHex(const std::uint8_t* bytes, std::size_t count)

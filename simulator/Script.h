@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <deque>
 #include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,7 +10,8 @@ namespace simulator {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// How one scripted call ends: fields separated by commas, each NAME or NAME=VALUE.
+/// How a call ends: fields separated by commas, each NAME or NAME=VALUE. Without any fields, the
+/// call takes its ordinary course.
 class Outcome {
 public:
     explicit Outcome(const std::string& text);
@@ -19,25 +19,21 @@ public:
     bool has(const std::string& name) const { return fields.contains(name); }
     std::string text(const std::string& name) const;
     long number(const std::string& name, long fallback) const;
-    std::vector<long> numbers(const std::string& name) const; ///< separated by colons
-    Bytes bytes(const std::string& name) const;               ///< hexadecimal
-
-    /// The errno value that the field "error" names; 0 if there is none.
-    int error() const;
+    Bytes bytes(const std::string& name) const; ///< hexadecimal
 
 private:
     std::map<std::string, std::string> fields;
 };
 
 /// What is to happen in a run. The file that VIMBRA_SIM_SCRIPT names has one line per call key, the
-/// key and the outcomes of its calls in order (see docs/simulator.md), or "set NAME VALUE". Calls
+/// key and the outcomes of its calls in order (docs/simulator.md), or "set NAME VALUE". Calls
 /// beyond the last outcome, or without any, take their ordinary course.
 class Script {
 public:
     static Script& instance();
 
-    /// The next outcome for the key, if one is left and it is not "ok".
-    std::optional<Outcome> next(const std::string& key);
+    /// The next outcome for the key, or the ordinary one.
+    Outcome next(const std::string& key);
 
     bool mentions(const std::string& key) const { return outcomes.contains(key); }
     bool hasMore(const std::string& key) const;
@@ -53,8 +49,8 @@ private:
 /// Appends one line to the file that VIMBRA_SIM_TRACE names, if it does.
 void trace(const std::string& line);
 
-/// Tells the user on standard error what the simulated instrument does.
-void report(const std::string& line);
+/// Tells the user on standard error what the simulated instrument does. `printf` format.
+[[gnu::format(printf, 1, 2)]] void report(const char* format, ...);
 
 std::string toHex(const std::uint8_t* bytes, std::size_t count);
 

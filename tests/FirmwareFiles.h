@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+// Firmware files as the tests make them, byte by byte and without the tool's own code.
+
+/// One line of an Intel HEX file.
+std::string hexRecord(unsigned int type, unsigned int address, const std::string& data);
+
+inline const std::string hexEnd = ":00000001FF\n";
+
+/// Data records of `width` bytes each, with an extended linear address record in front of each 64
+/// KiB.
+std::string hexRows(std::uint32_t address, const std::string& data, std::size_t width = 16);
+
+/// Bytes that look random and are the same in each run.
+std::string makeData(std::size_t size, unsigned int seed = 1);
+
+std::string bigEndian16(unsigned int value);
+std::string littleEndian32(std::uint32_t value);
+
+/// One packet of a firmware image; the checksum is right.
+std::string imagePacket(std::uint32_t type, std::uint32_t index, std::uint32_t address,
+                        const std::string& data);
+
+/// A whole image of the chunks of 1024 bytes that begin at `address`.
+std::string makeImage(std::uint32_t address, const std::string& data);
+
+/// Hexadecimal digits, in lower case, and back.
+std::string toHex(const std::string& bytes);
+std::string fromHex(const std::string& digits);

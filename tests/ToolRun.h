@@ -1,0 +1,45 @@
+#pragma once
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+/// What one run of the tool left behind.
+struct ToolResult {
+    std::string output;
+    std::string errors; ///< standard error, that of the simulated instrument included
+    int status;         ///< exit status; 128 + signal if one ended the run
+    std::vector<std::string> calls;
+
+    /// The calls that begin with one of the texts.
+    std::vector<std::string> callsOf(const std::vector<std::string>& beginnings) const;
+};
+
+inline constexpr int failed = 255;
+inline constexpr int endedFromOutside = 128 + 15;
+
+/// Runs the built tool in a folder of its own, on the simulated instrument.
+class ToolTest : public testing::Test {
+protected:
+    ToolTest();
+    ~ToolTest() override;
+
+    /// `script` is what the simulated instrument reads; no pause is really waited for.
+    ToolResult run(const std::string& arguments, const std::string& script = "") const;
+
+    /// Runs the tool without the simulated device nodes.
+    ToolResult runPlainly(const std::string& arguments) const;
+
+    void write(const std::string& name, const std::string& content) const;
+
+    /// The content of a file, or "(no file)".
+    std::string read(const std::string& name) const;
+
+    std::filesystem::path folder;
+
+private:
+    ToolResult runCommand(const std::string& environment, const std::string& arguments) const;
+};
+
+std::vector<std::string> splitLines(const std::string& text);
