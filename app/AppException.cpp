@@ -7,8 +7,6 @@ AppException::AppException(const std::string& message, int line, const char* fil
 {
 }
 
-AppException::~AppException() = default;
-
 const char* AppException::what() const noexcept
 {
     return text.c_str();

@@ -8,7 +8,6 @@ class AppException : public std::exception {
 public:
     /// `line` and `fileName` are the raiser's `__LINE__` and `__FILE__`.
     AppException(const std::string& message, int line, const char* fileName);
-    ~AppException() override;
 
     /// "FILE (LINE): MESSAGE"; valid as long as the object lives.
     const char* what() const noexcept override;

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 inline constexpr int notHexDigit = -1;
 
@@ -21,14 +22,17 @@ constexpr int hexDigitValue(char digit)
     return notHexDigit;
 }
 
-/// Values of all pairs of characters, by the pair as it lies in little-endian memory; negative
+/// Values of all pairs of characters, by the pair as it lies in little-endian memory; `notHexDigit`
 /// where one of them is no digit.
 inline constexpr std::array<std::int16_t, 0x10000> hexPairTable = [] {
+    constexpr std::string_view digits = "0123456789abcdefABCDEF";
     std::array<std::int16_t, 0x10000> table{};
-    for (std::size_t pair = 0; pair < table.size(); ++pair) {
-        const int high = hexDigitValue(static_cast<char>(pair & 0xFF));
-        const int low = hexDigitValue(static_cast<char>(pair >> 8));
-        table[pair] = static_cast<std::int16_t>(high * 16 | low);
+    table.fill(notHexDigit);
+    for (const char high : digits) {
+        for (const char low : digits) {
+            table[static_cast<std::size_t>(low << 8 | high)] =
+                static_cast<std::int16_t>(hexDigitValue(high) << 4 | hexDigitValue(low));
+        }
     }
     return table;
 }();
@@ -36,7 +40,7 @@ inline constexpr std::array<std::int16_t, 0x10000> hexPairTable = [] {
 /// Value of the two hexadecimal digits at `text`; negative if one of them is none.
 inline int hexPairValue(const char* text)
 {
-    std::uint16_t pair;
+    std::uint16_t pair = 0;
     std::memcpy(&pair, text, sizeof(pair));
     return hexPairTable[pair];
 }

@@ -71,7 +71,7 @@ struct OpenFile {
         if (path != commDevice) {
             return simulator::makeLiveBlock(path, step++);
         }
-        const Bytes block = replies().front().block;
+        Bytes block = replies().front().block;
         replies().pop_front();
         return block;
     }

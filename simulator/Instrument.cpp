@@ -68,7 +68,7 @@ void Instrument::sendToPic(int device, int command, const Bytes& payload)
 BatteryInfoRecord Instrument::makeBattery(char type)
 {
     BatteryInfoRecord battery{};
-    battery.packType = static_cast<std::uint16_t>(type);
+    battery.packType = static_cast<unsigned char>(type);
     std::snprintf(battery.serialNumber, sizeof(battery.serialNumber), "OB260317-%c", type);
     std::snprintf(battery.manufacturingDate, sizeof(battery.manufacturingDate), "2026-03-17");
     battery.capacity = 5200;

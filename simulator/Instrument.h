@@ -17,6 +17,8 @@ class Instrument {
 public:
     static Instrument& instance();
     ~Instrument(); ///< reports what co-processor and PICs hold now
+    Instrument(const Instrument&) = delete;
+    Instrument& operator=(const Instrument&) = delete;
 
     static BatteryInfoRecord makeBattery(char type);
     static Bytes readAuthRegister(int reg);
@@ -41,6 +43,8 @@ public:
     std::vector<ArmMox::LedStates> leds = std::vector<ArmMox::LedStates>(6);
 
 private:
+    Instrument() = default;
+
     std::map<int, PicBootloader> pics;
 };
 

@@ -3,8 +3,8 @@
 #include "lc/MoxArmControl.h"
 #include "pic/PicDataBlock.h"
 
-#include <cstdio>
 #include <numeric>
+#include <sstream>
 
 using lc::MoxArmControl;
 
@@ -34,8 +34,9 @@ std::uint32_t bigEndian(const Bytes& bytes, std::size_t offset, std::size_t coun
 PicBootloader::PicBootloader(int picDevice)
     : device(picDevice), isGps(picDevice == MoxArmControl::PicDevKt4100Gps)
 {
-    std::sscanf(Script::instance().setting("pic-version", "1.0.0").c_str(), "%d.%d.%d", &version[0],
-                &version[1], &version[2]);
+    std::istringstream text(Script::instance().setting("pic-version", "1.0.0"));
+    char dot = '.';
+    text >> version[0] >> dot >> version[1] >> dot >> version[2];
 }
 
 const char* PicBootloader::name() const

@@ -77,7 +77,7 @@ Outcome Script::next(const std::string& key)
     if (!hasMore(key)) {
         return Outcome("");
     }
-    const Outcome outcome(outcomes[key].front());
+    Outcome outcome(outcomes[key].front());
     outcomes[key].pop_front();
     return outcome;
 }
@@ -103,7 +103,7 @@ void report(const char* format, ...)
     va_list arguments;
     va_start(arguments, format);
     std::fputs("[simulated instrument] ", stderr);
-    std::vfprintf(stderr, format, arguments);
+    std::vfprintf(stderr, format, arguments); // NOLINT(clang-analyzer-valist.Uninitialized)
     std::fputs("\n", stderr);
     va_end(arguments);
 }

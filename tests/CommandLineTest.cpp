@@ -88,7 +88,7 @@ TEST_F(CommandLineTest, OpensTheRealDevicesWhenRunPlainly)
 
 TEST_F(CommandLineTest, ExportsTheGlobalsOfThePicUpdate)
 {
-    const ToolResult result = runPlainly("--help; nm -D --defined-only $OLDPWD/vimbra-tool");
+    const ToolResult result = runPlainly("--help; nm -D --defined-only " + tool);
     for (const char* name : {" Cmd\n", " GpsPicMode\n", " GpsPicVersion\n"}) {
         EXPECT_NE(result.output.find(name), std::string::npos) << name;
     }

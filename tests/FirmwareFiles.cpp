@@ -92,12 +92,11 @@ std::string imagePacket(std::uint32_t type, std::uint32_t index, std::uint32_t a
 
 std::string makeImage(std::uint32_t address, const std::string& data)
 {
-    constexpr std::uint32_t chunk = 1024;
-    const auto count = static_cast<std::uint32_t>(data.size() / chunk);
-    std::string image = imagePacket(0xFEED001A, count, address, data.substr(0, chunk));
+    const auto count = static_cast<std::uint32_t>(data.size() / chunkSize);
+    std::string image = imagePacket(0xFEED001A, count, address, data.substr(0, chunkSize));
     for (std::uint32_t i = 1; i < count; ++i) {
-        image += imagePacket(0xFEED001B, i, address + i * chunk,
-                             data.substr(std::size_t{i} * chunk, chunk));
+        image +=
+            imagePacket(0xFEED001B, i, address + i * 1024, data.substr(i * chunkSize, chunkSize));
     }
     return image + imagePacket(0xFEED001C, 0, 0, "");
 }

@@ -21,6 +21,9 @@ std::string makeData(std::size_t size, unsigned int seed = 1);
 std::string bigEndian16(unsigned int value);
 std::string littleEndian32(std::uint32_t value);
 
+inline constexpr std::size_t chunkSize = 1024;            ///< data bytes of a packet
+inline constexpr std::size_t packetSize = 20 + chunkSize; ///< of a firmware image
+
 /// One packet of a firmware image; the checksum is right.
 std::string imagePacket(std::uint32_t type, std::uint32_t index, std::uint32_t address,
                         const std::string& data);

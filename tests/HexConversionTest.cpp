@@ -178,7 +178,7 @@ TEST_F(HexConversionTest, LeavesUnfinishedPacketsWithoutACount)
     EXPECT_NE(convert(hexRows(0x08000000, data) + "\n"), "");
     const std::string image = makeImage(0x08000000, data);
     const std::string uncounted = image.substr(0, 4) + littleEndian32(0) + image.substr(8);
-    EXPECT_EQ(read("fw.hex.bin"), uncounted.substr(0, 2 * 1044));
+    EXPECT_EQ(read("fw.hex.bin"), uncounted.substr(0, 2 * packetSize));
 }
 
 TEST_F(HexConversionTest, ReportsFilesThatCannotBeOpened)
@@ -209,7 +209,8 @@ TEST_F(HexConversionTest, ConvertsWhatObjcopyAndSrecCatWrite)
           "srec_cat fw.dat -binary -offset 0x08000000 -o fw.hex -intel -obs=255"}) {
         ASSERT_EQ(std::system((cd + command).c_str()), 0) << command;
         EXPECT_EQ(run("--firmware-hex fw.hex").status, 0) << command;
-        EXPECT_EQ(read("fw.hex.bin"), makeImage(0x08000000, filled(data, 147 * 1024))) << command;
+        EXPECT_EQ(read("fw.hex.bin"), makeImage(0x08000000, filled(data, 147 * chunkSize)))
+            << command;
     }
 }
 

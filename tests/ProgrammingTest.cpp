@@ -26,7 +26,7 @@ class ProgrammingTest : public ToolTest {
 protected:
     ProgrammingTest() { write("fw.bin", image); }
 
-    std::string data = makeData(3 * 1024);
+    std::string data = makeData(3 * chunkSize);
     std::string image = makeImage(0x08000000, data);
 };
 
@@ -61,10 +61,10 @@ TEST_F(ProgrammingTest, SendsEachPacketWithOneWriteAndOneSync)
                                             sync,
                                             readHeader,
                                             readData,
-                                            write(2088, 1044),
+                                            write(2 * packetSize, packetSize),
                                             sync,
                                             readHeader,
-                                            write(3132, 20),
+                                            write(3 * packetSize, 20),
                                             sync,
                                             "close(fw.bin) = 0",
                                             "close(/dev/arm-program) = 0"};
@@ -74,7 +74,7 @@ TEST_F(ProgrammingTest, SendsEachPacketWithOneWriteAndOneSync)
 
 TEST_F(ProgrammingTest, WritesProgressToTheProgressFile)
 {
-    write("many.bin", makeImage(0, makeData(120 * 1024)));
+    write("many.bin", makeImage(0, makeData(120 * chunkSize)));
     const ToolResult result = run("--program-vimbra many.bin --progress-file p");
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.output.find("Progress"), std::string::npos);
@@ -152,13 +152,14 @@ TEST_F(ProgrammingTest, SendsNothingOfABadImage)
         {image.substr(0, 2000), validating + "Not enough actual data. P:1\n", ""},
         {image, validating + errorText(EINTR) + "Not enough actual data. P:1\n",
          "fw.bin:read ok ok ok " + fails(EINTR)},
-        {patched(2 * 1044 + 20, "?"), validating + "Invalid checksum at packet: 2\n", ""},
+        {patched(2 * packetSize + 20, "?"), validating + "Invalid checksum at packet: 2\n", ""},
         {patched(1044 + 17, "\x01"), validating + "Invalid checksum at packet: 1\n", ""},
         {patched(1044 + 12, littleEndian32(1025)), validating + "Chunk size too big! P:1\n", ""},
         {patched(1044 + 12, empty), validating + "Empty packet! P:1\n", ""},
-        {image.substr(0, 3 * 1044),
+        {image.substr(0, 3 * packetSize),
          validating + "No bytes read!\nUnable to read packet header: 2\n", ""},
-        {image.substr(0, 3 * 1044 + 19), validating + "Unable to read packet header: 2\n", ""},
+        {image.substr(0, 3 * packetSize + 19), validating + "Unable to read packet header: 2\n",
+         ""},
         {patched(4, littleEndian32(2)), validating + "Binary stream does not contain end marker!\n",
          ""},
         {patched(4, littleEndian32(0xFFFFFFFF)),

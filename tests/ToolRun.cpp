@@ -27,6 +27,8 @@ std::vector<std::string> ToolResult::callsOf(const std::vector<std::string>& beg
     return found;
 }
 
+const std::string ToolTest::tool = VIMBRA_TOOL;
+
 ToolTest::ToolTest()
     : folder(std::filesystem::path(testing::TempDir()) / ("vimbra-" + std::to_string(getpid())))
 {
@@ -67,8 +69,8 @@ ToolResult ToolTest::runPlainly(const std::string& arguments) const
 
 ToolResult ToolTest::runCommand(const std::string& environment, const std::string& arguments) const
 {
-    const std::string command = "cd '" + folder.string() + "' && { " + environment +
-                                " " VIMBRA_TOOL " " + arguments + "; } >output 2>errors </dev/null";
+    const std::string command = "cd '" + folder.string() + "' && { " + environment + " " + tool +
+                                " " + arguments + "; } >output 2>errors </dev/null";
     std::filesystem::remove(folder / "trace");
     const int status = std::system(command.c_str());
     const std::string trace = read("trace");

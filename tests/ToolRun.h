@@ -24,6 +24,8 @@ class ToolTest : public testing::Test {
 protected:
     ToolTest();
     ~ToolTest() override;
+    ToolTest(const ToolTest&) = delete;
+    ToolTest& operator=(const ToolTest&) = delete;
 
     /// `script` is what the simulated instrument reads; no pause is really waited for.
     ToolResult run(const std::string& arguments, const std::string& script = "") const;
@@ -36,6 +38,7 @@ protected:
     /// The content of a file, or "(no file)".
     std::string read(const std::string& name) const;
 
+    static const std::string tool; ///< path of the program
     std::filesystem::path folder;
 
 private:
