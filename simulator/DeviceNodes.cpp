@@ -174,7 +174,6 @@ int waitFor(const OpenFile& file, const timeval* timeout)
         return 0;
     }
     if (outcome.has("end") || (timeout == nullptr && wait >= never / 2)) {
-        std::fflush(stdout);
         std::raise(SIGTERM); // a listener is ended from outside
     }
     simulator::pause(std::min(wait, limit));
@@ -204,7 +203,11 @@ int open(const char* path, int flags, ...) // the tool creates no file this way
 
 FILE* fopen(const char* path, const char* mode)
 {
-    return REAL(fopen)(translate(path).c_str(), mode);
+    FILE* const stream = REAL(fopen)(translate(path).c_str(), mode);
+    if (stream != nullptr && *mode == 'w') { // its syncs are traced
+        openFiles()[fileno(stream)] = {path};
+    }
+    return stream;
 }
 
 int close(int fd)
@@ -227,7 +230,7 @@ ssize_t read(int fd, void* buffer, size_t size)
 ssize_t write(int fd, const void* buffer, size_t size)
 {
     OpenFile* const file = find(fd);
-    if (file == nullptr) {
+    if (file == nullptr || !isSimulated(file->path)) {
         return REAL(write)(fd, buffer, size);
     }
     return traced("write(" + file->path + ", " +
@@ -238,7 +241,11 @@ ssize_t write(int fd, const void* buffer, size_t size)
 int fsync(int fd)
 {
     OpenFile* const file = find(fd);
-    return file == nullptr ? REAL(fsync)(fd) : traced("fsync(" + file->path + ")", 0);
+    if (file == nullptr || isSimulated(file->path)) {
+        return traced("fsync(" + (file != nullptr ? file->path : "") + ")", 0);
+    }
+    return traced("fsync(" + file->path + ", " + std::to_string(lseek(fd, 0, SEEK_CUR)) + ")",
+                  REAL(fsync)(fd));
 }
 
 int select(int count, fd_set* readSet, fd_set* writeSet, fd_set* exceptSet, timeval* timeout)

@@ -1,3 +1,5 @@
+#include "pic/PicCommandChannel.h"
+#include "pic/PicGlobals.h"
 #include "tests/FirmwareFiles.h"
 #include "tests/ToolRun.h"
 
@@ -31,6 +33,25 @@ std::string payloadOfBlock(const std::string& address, const std::string& rows)
         sum += static_cast<unsigned char>(byte);
     }
     return toHex(address + rows + static_cast<char>(-sum));
+}
+
+TEST(PicCommandChannel, ForgetsTheCommandBehindItsAnswer)
+{
+    Cmd = lc::MoxArmControl::PicCmdNone;
+    testing::internal::CaptureStdout();
+    EXPECT_FALSE(PicCommandChannel().sendPicCommand(
+        lc::MoxArmControl::PicDevOrvelBat, lc::MoxArmControl::PicCmdBegin, {}, checkPicResponse));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "PicUpdateErr: ArmCommFd not opened.\n");
+    EXPECT_EQ(Cmd, lc::MoxArmControl::PicCmdNone);
+}
+
+TEST(PicUpdateErr, HasATextForEveryCode)
+{
+    testing::internal::CaptureStdout();
+    printPicUpdateErr(PicErrNoResponse);
+    printPicUpdateErr(static_cast<PicUpdateErr>(-7));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "PicUpdateErr: Didn't get a response.\nPicUpdateErr: Unknown Error -7.\n");
 }
 
 class PicUpdateTest : public ToolTest {

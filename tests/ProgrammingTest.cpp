@@ -83,6 +83,11 @@ TEST_F(ProgrammingTest, WritesProgressToTheProgressFile)
         lines += "4\n"; // a step of less than one percent
     }
     EXPECT_EQ(read("p"), lines + "100\n");
+    // Each line is in the file before it is synced.
+    const std::vector<std::string> syncs = result.callsOf({"fsync(p"});
+    ASSERT_EQ(syncs.size(), 124);
+    EXPECT_EQ(syncs[1], "fsync(p, 4) = 0");
+    EXPECT_EQ(syncs[123], "fsync(p, 250) = 0");
 }
 
 TEST_F(ProgrammingTest, ConvertsAHexFileFirst)
