@@ -49,6 +49,15 @@ std::string littleEndian32(std::uint32_t value)
             static_cast<char>(value >> 24)};
 }
 
+std::string words(const std::vector<std::uint32_t>& values)
+{
+    std::string bytes;
+    for (const std::uint32_t value : values) {
+        bytes += littleEndian32(value);
+    }
+    return bytes;
+}
+
 std::string hexRecord(unsigned int type, unsigned int address, const std::string& data)
 {
     const std::string bytes = std::string(1, static_cast<char>(data.size())) +
@@ -85,9 +94,9 @@ std::string makeData(std::size_t size, unsigned int seed)
 std::string imagePacket(std::uint32_t type, std::uint32_t index, std::uint32_t address,
                         const std::string& data)
 {
-    return littleEndian32(type) + littleEndian32(index) + littleEndian32(address) +
-           littleEndian32(static_cast<std::uint32_t>(data.size())) +
-           littleEndian32(checksumOf(data)) + data;
+    return words(
+               {type, index, address, static_cast<std::uint32_t>(data.size()), checksumOf(data)}) +
+           data;
 }
 
 std::string makeImage(std::uint32_t address, const std::string& data)

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 // Firmware files as the tests make them, byte by byte and without the tool's own code.
 
@@ -20,6 +21,7 @@ std::string makeData(std::size_t size, unsigned int seed = 1);
 
 std::string bigEndian16(unsigned int value);
 std::string littleEndian32(std::uint32_t value);
+std::string words(const std::vector<std::uint32_t>& values); ///< little-endian
 
 inline constexpr std::size_t chunkSize = 1024;            ///< data bytes of a packet
 inline constexpr std::size_t packetSize = 20 + chunkSize; ///< of a firmware image

@@ -7,15 +7,6 @@
 
 namespace {
 
-std::string words(const std::vector<std::uint32_t>& values)
-{
-    std::string bytes;
-    for (const std::uint32_t value : values) {
-        bytes += littleEndian32(value);
-    }
-    return bytes;
-}
-
 std::string record(std::uint32_t tag, const std::string& payload)
 {
     return words({tag, static_cast<std::uint32_t>(payload.size())}) + payload;
@@ -59,20 +50,8 @@ protected:
 
 TEST_F(ListenerTest, PrintsEveryKindOfEvent)
 {
-    const std::string battery = fromHex("00286BEE"
-                                        "4EF6"
-                                        "0102"
-                                        "FFFFFFFF"
-                                        "0100"
-                                        "0200"
-                                        "0300"
-                                        "0400"
-                                        "FFFF"
-                                        "EEEE"
-                                        "0A000000"
-                                        "0B000000"
-                                        "0C000000"
-                                        "EEEEEEEE");
+    const std::string battery = fromHex("00286BEE4EF60102FFFFFFFF010002000300"
+                                        "0400FFFFEEEE0A0000000B0000000C000000EEEEEEEE");
     const std::string batteryText =
         "charge:4000000000\ncharge_perc:78\ntemperature:246\nvoltage_sense:513\n"
         "current_sense:4294967295\ncell_1_voltage:1\ncell_2_voltage:2\ncell_3_voltage:3\n"

@@ -1,4 +1,3 @@
-#include "pic/PicDataBlock.h"
 #include "pic/PicFileName.h"
 #include "pic/PicHexLine.h"
 #include "tests/FirmwareFiles.h"
@@ -102,37 +101,6 @@ TEST(PicHexLine, DecodesPairsUpToTheLineEnd)
     EXPECT_EQ(decode(":" + std::string(200, '0') + "zz"), std::string(200, '0'));
     int count = 0;
     EXPECT_THROW(decodeHexLine(":00", 3, nullptr, &count, 1), const char*);
-}
-
-TEST(PicDataBlock, FillsChecksAndSwaps)
-{
-    PicDataBlock block;
-    const std::string row = fromHex("3FFF00FF3F00FF3F3F3FFFFF0102033F");
-    const auto* bytes = reinterpret_cast<const std::uint8_t*>(row.data());
-    block.addRow(0x12345678, {bytes, 16});
-    block.addRow(0, {bytes, 3});
-    block.fillUp();
-    block.close();
-    const auto content = [&] {
-        const auto payload = block.bytes();
-        return toHex(std::string(payload.begin(), payload.end()));
-    };
-    const std::string filler = "ff3fff3fff3fff3fff3fff3fff3fff3f";
-    EXPECT_EQ(content().substr(0, 136), "123456783fff00ff3f00ff3f3f3fffff0102033f"
-                                        "3fff003fff3fff3fff3fff3fff3fff3f" +
-                                            filler + filler);
-    unsigned int sum = 0;
-    for (const std::uint8_t byte : block.bytes()) {
-        sum += byte;
-    }
-    EXPECT_EQ(sum % 256, 0);
-    const std::string checksum = content().substr(136);
-    block.swapWords();
-    EXPECT_EQ(content(), "12345678ff3f00ff3f00ff3f3f3fffff0102033f"
-                         "ff3f003fff3fff3fff3fff3fff3fff3f" +
-                             filler + filler + checksum);
-    block.clear();
-    EXPECT_THROW(block.addRow(0, std::vector<std::uint8_t>(17)), const char*);
 }
 
 } // namespace

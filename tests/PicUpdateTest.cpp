@@ -11,15 +11,6 @@ const std::string row(16, 'r');
 const std::string filler = fromHex("FF3FFF3FFF3FFF3FFF3FFF3FFF3FFF3F");
 const std::string comms = "/dev/arm-comms";
 
-std::string words(const std::vector<std::uint32_t>& values)
-{
-    std::string bytes;
-    for (const std::uint32_t value : values) {
-        bytes += littleEndian32(value);
-    }
-    return bytes;
-}
-
 /// A block with one PIC reply entry.
 std::string reply(const std::string& data, std::uint32_t length = 1)
 {
