@@ -1,7 +1,6 @@
-#include "simulator/Channels.h"
+#include "simulator/Instrument.h"
 
 #include "listeners/ArmRecord.h"
-#include "simulator/Instrument.h"
 
 #include <array>
 

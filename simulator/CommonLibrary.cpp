@@ -40,15 +40,7 @@ Outcome begin(const std::string& operation, const std::string& arguments = "")
     return outcome;
 }
 
-bool succeeds(const Outcome& outcome)
-{
-    return !outcome.has("false");
-}
-
-Instrument& instrument()
-{
-    return Instrument::instance();
-}
+Instrument& instrument = Instrument::instance();
 
 /// The scripted number, or the instrument's own value.
 template <class Value>
@@ -98,32 +90,32 @@ bool MoxArmControl::GetArmState(ArmMode& mode, int& powerUpKey, unsigned int& fa
     mode = pick(outcome, "mode", ArmMode{1});
     powerUpKey = pick(outcome, "key", 0);
     faultState = pick(outcome, "fault", 0U);
-    return succeeds(outcome);
+    return outcome.succeeds();
 }
 
 bool MoxArmControl::GetPowerStates(std::vector<bool>& states)
 {
     const auto outcome = begin("GetPowerStates");
     states = pickAll(outcome, "states", std::vector<bool>{true, true, false, true});
-    return succeeds(outcome);
+    return outcome.succeeds();
 }
 
 bool MoxArmControl::GetKeyPadState(std::vector<bool>& keys, std::vector<ArmMox::LedStates>& leds)
 {
     const auto outcome = begin("GetKeyPadState");
     keys = pickAll(outcome, "keys", std::vector<bool>(17, false));
-    leds = pickAll(outcome, "leds", instrument().leds);
-    return succeeds(outcome);
+    leds = pickAll(outcome, "leds", instrument.leds);
+    return outcome.succeeds();
 }
 
 bool MoxArmControl::GetReelState(CountMode& mode, int& count, bool& sondeState, bool& atexMode)
 {
     const auto outcome = begin("GetReelState");
     mode = pick(outcome, "mode", CountMode{0});
-    count = pick(outcome, "count", instrument().reelCount);
-    sondeState = pick(outcome, "sonde", instrument().sondeOn);
+    count = pick(outcome, "count", instrument.reelCount);
+    sondeState = pick(outcome, "sonde", instrument.sondeOn);
     atexMode = pick(outcome, "atex", false);
-    return succeeds(outcome);
+    return outcome.succeeds();
 }
 
 bool MoxArmControl::GetBatInfo(bat_info_to_ui& info)
@@ -133,19 +125,18 @@ bool MoxArmControl::GetBatInfo(bat_info_to_ui& info)
     const Bytes bytes = outcome.bytes("hex");
     std::copy_n(bytes.begin(), std::min(bytes.size(), sizeof(info)),
                 reinterpret_cast<std::uint8_t*>(&info));
-    return succeeds(outcome);
+    return outcome.succeeds();
 }
 
 bool MoxArmControl::GetMagSensorState()
 {
-    return pick(begin("GetMagSensorState"), "value", instrument().magnetClosed);
+    return pick(begin("GetMagSensorState"), "value", instrument.magnetClosed);
 }
 
 bool MoxArmControl::SetReelOverlay(ReelOverlayCtrlType control)
 {
-    const auto outcome = begin("SetReelOverlay", std::to_string(control));
     reportSwitch("reel overlay", control == ReelOverlayOn);
-    return succeeds(outcome);
+    return begin("SetReelOverlay", std::to_string(control)).succeeds();
 }
 
 bool MoxArmControl::SetLedStates(const std::vector<ArmMox::LedStates>& leds)
@@ -155,33 +146,31 @@ bool MoxArmControl::SetLedStates(const std::vector<ArmMox::LedStates>& leds)
         list += std::to_string(led) + ":";
     }
     const auto outcome = begin("SetLedStates", list);
-    instrument().leds = leds;
-    return succeeds(outcome);
+    instrument.leds = leds;
+    return outcome.succeeds();
 }
 
 bool MoxArmControl::ZeroReelCount()
 {
-    const auto outcome = begin("ZeroReelCount");
-    instrument().reelCount = 0;
     report("reel count zeroed");
-    return succeeds(outcome);
+    instrument.reelCount = 0;
+    return begin("ZeroReelCount").succeeds();
 }
 
 bool MoxArmControl::SetReelSondeState(bool on)
 {
     const auto outcome = begin("SetReelSondeState", std::to_string(on));
-    if (!succeeds(outcome)) {
+    if (!outcome.succeeds()) {
         return false;
     }
-    instrument().sondeOn = reportSwitch("sonde", on);
+    instrument.sondeOn = reportSwitch("sonde", on);
     return true;
 }
 
 bool MoxArmControl::Ipad_Auth_Chip_Tx(unsigned char reg, unsigned char* data, int length)
 {
-    return succeeds(
-        begin("Ipad_Auth_Chip_Tx", std::to_string(reg) + ", " +
-                                       simulator::toHex(data, static_cast<std::size_t>(length))));
+    const std::string bytes = simulator::toHex(data, static_cast<std::size_t>(length));
+    return begin("Ipad_Auth_Chip_Tx", std::to_string(reg) + ", " + bytes).succeeds();
 }
 
 bool MoxArmControl::Ipad_Auth_Chip_Rx(unsigned char reg, unsigned char* data, int length,
@@ -194,7 +183,7 @@ bool MoxArmControl::Ipad_Auth_Chip_Rx(unsigned char reg, unsigned char* data, in
     const std::size_t size = std::min(bytes.size(), static_cast<std::size_t>(length));
     std::copy_n(bytes.begin(), size, data);
     *count = pick(outcome, "count", static_cast<int>(size));
-    return succeeds(outcome);
+    return outcome.succeeds();
 }
 
 bool MoxArmControl::Pic_Update_Comm_Tx(PicUpdateDevType device, PicUpdateCmdType command,
@@ -204,42 +193,42 @@ bool MoxArmControl::Pic_Update_Comm_Tx(PicUpdateDevType device, PicUpdateCmdType
     const auto outcome =
         begin("Pic_Update_Comm_Tx", std::to_string(device) + ", " + std::to_string(command) + ", " +
                                         simulator::toHex(data, payload.size()));
-    if (!succeeds(outcome)) {
+    if (!outcome.succeeds()) {
         return false;
     }
-    instrument().sendToPic(device, command, payload);
+    instrument.sendToPic(device, command, payload);
     return true;
 }
 
 bool System::GetLcdEnabled()
 {
-    return pick(begin("GetLcdEnabled"), "value", instrument().displayOn);
+    return pick(begin("GetLcdEnabled"), "value", instrument.displayOn);
 }
 
 bool System::SetLcdEnabled(bool enable)
 {
     const auto outcome = begin("SetLcdEnabled", std::to_string(enable));
-    instrument().displayOn = reportSwitch("display", enable);
-    return succeeds(outcome);
+    instrument.displayOn = reportSwitch("display", enable);
+    return outcome.succeeds();
 }
 
 bool System::GetLcdRotations(bool& vertical, bool& horizontal)
 {
     const auto outcome = begin("GetLcdRotations");
-    vertical = pick(outcome, "vertical", instrument().displayVerticalNormal);
-    horizontal = pick(outcome, "horizontal", instrument().displayHorizontalNormal);
-    return succeeds(outcome);
+    vertical = pick(outcome, "vertical", instrument.displayVerticalNormal);
+    horizontal = pick(outcome, "horizontal", instrument.displayHorizontalNormal);
+    return outcome.succeeds();
 }
 
 bool System::SetLcdRotation(bool vertical, bool horizontal)
 {
     const auto outcome =
         begin("SetLcdRotation", std::to_string(vertical) + ", " + std::to_string(horizontal));
-    instrument().displayVerticalNormal = vertical;
-    instrument().displayHorizontalNormal = horizontal;
+    instrument.displayVerticalNormal = vertical;
+    instrument.displayHorizontalNormal = horizontal;
     report("display %s vertically, %s horizontally", vertical ? "normal" : "flipped",
            horizontal ? "normal" : "flipped");
-    return succeeds(outcome);
+    return outcome.succeeds();
 }
 
 } // namespace lc

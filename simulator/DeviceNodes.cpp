@@ -2,7 +2,6 @@
 // that is started with this library preloaded: it stands in front of the calls of libc that reach
 // them. Every call on a file opened through `open` is traced and ends as the script says.
 
-#include "simulator/Channels.h"
 #include "simulator/Instrument.h"
 #include "simulator/Script.h"
 

@@ -1,8 +1,6 @@
 #include "simulator/Instrument.h"
 
 #include "listeners/ArmRecord.h"
-#include "simulator/Channels.h"
-
 #include <chrono>
 #include <cstdio>
 #include <thread>
@@ -72,9 +70,6 @@ BatteryInfoRecord Instrument::makeBattery(char type)
     std::snprintf(battery.serialNumber, sizeof(battery.serialNumber), "OB260317-%c", type);
     std::snprintf(battery.manufacturingDate, sizeof(battery.manufacturingDate), "2026-03-17");
     battery.capacity = 5200;
-    battery.chargeCycles = 41;
-    battery.batteryVersion = 3;
-    battery.hardwareVersion = 2;
     return battery;
 }
 

@@ -12,6 +12,13 @@ namespace simulator {
 double now();
 void pause(double seconds);
 
+/// A record with one `DataEntry`.
+Bytes makeDataRecord(std::uint32_t tag, const Bytes& data);
+
+/// Block number `step`, counted from 0, of the channel `path` of an instrument in use. The events
+/// change the instrument as they tell.
+Bytes makeLiveBlock(const std::string& path, unsigned int step);
+
 /// The simulated instrument: what the library's operations and the device nodes show and change.
 class Instrument {
 public:

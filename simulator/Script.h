@@ -17,6 +17,7 @@ public:
     explicit Outcome(const std::string& text);
 
     bool has(const std::string& name) const { return fields.contains(name); }
+    bool succeeds() const { return !has("false"); }
     std::string text(const std::string& name) const;
     long number(const std::string& name, long fallback) const;
     Bytes bytes(const std::string& name) const; ///< hexadecimal
