@@ -94,7 +94,6 @@ void IntelHexParser::clearRecord()
     recordAddress = 0;
     recordType = 0;
     recordData = nullptr;
-    recordChecksum = 0;
 }
 
 void IntelHexParser::fillInputBuffer()
@@ -257,7 +256,6 @@ void IntelHexParser::splitRecord()
         throw "Not enough data bytes in line";
     }
     recordData = recordBytes.data() + headerBytes;
-    recordChecksum = recordData[recordLength];
 }
 
 /// The checksum makes all bytes of the record add up to 0 modulo 256.

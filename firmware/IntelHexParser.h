@@ -75,12 +75,11 @@ private:
     std::uint32_t lineNumber = 0;                ///< line feeds met so far
     std::array<std::uint8_t, 512> recordBytes{}; ///< the current line, decoded
     std::uint32_t recordByteCount = 0;
-    std::uint8_t recordSum = 0;    ///< of all bytes decoded, modulo 256
+    std::uint8_t recordSum = 0; ///< of all bytes, checksum included, modulo 256; 0 if it is right
     std::uint8_t recordLength = 0; ///< number of data bytes
     std::uint16_t recordAddress = 0;
     std::uint8_t recordType = 0;
     const std::uint8_t* recordData = nullptr; ///< first data byte inside `recordBytes`
-    std::uint8_t recordChecksum = 0;
     bool carryPending = false;        ///< data of the current record belong to the next chunk
     std::uint8_t carryOffset = 0;     ///< data bytes of the current record already placed
     std::uint32_t startKnown = 0;     ///< 1 once the image's start address is established
