@@ -66,11 +66,9 @@ void writeHexFile(const std::filesystem::path& path, std::size_t size)
 /// Runs a command once, its output thrown away. Returns nothing if it fails or is not installed.
 std::optional<Measurement> runOnce(std::vector<std::string> command)
 {
-    std::vector<char*> arguments;
-    for (std::string& word : command) {
-        arguments.push_back(word.data());
-    }
-    arguments.push_back(nullptr);
+    std::vector<char*> arguments(command.size() + 1); // the last one null
+    std::transform(command.begin(), command.end(), arguments.begin(),
+                   [](std::string& word) { return word.data(); });
     posix_spawn_file_actions_t actions{};
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
