@@ -14,6 +14,7 @@
 #include <string>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -106,7 +107,8 @@ int main(int argc, char* argv[])
 {
     const std::size_t mib = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 64;
     const int runs = argc > 2 ? std::atoi(argv[2]) : 5; // NOLINT(cert-err34-c)
-    const auto folder = std::filesystem::temp_directory_path() / "vimbra-conversion-benchmark";
+    const auto folder = std::filesystem::temp_directory_path() /
+                        ("vimbra-conversion-benchmark-" + std::to_string(getpid()));
     std::filesystem::create_directories(folder);
     const std::string hex = folder / "fw.hex";
     const std::string bin = folder / "fw.dat";
@@ -116,6 +118,7 @@ int main(int argc, char* argv[])
     const auto version = measure({VIMBRA_TOOL, "--version"}, runs);
     if (!tool || !version) {
         std::puts("vimbra-tool failed");
+        std::filesystem::remove_all(folder);
         return 1;
     }
     std::printf("%zu MiB of data\nvimbra-tool: %.3f s, peak %.1f MiB (--version: %.1f MiB)\n", mib,
@@ -128,7 +131,7 @@ int main(int argc, char* argv[])
             std::printf("%s: %.3f s, %.1f times as long\n", command[0].c_str(), other->seconds,
                         other->seconds / tool->seconds);
         } else {
-            std::printf("%s: not installed\n", command[0].c_str());
+            std::printf("%s: failed or not installed\n", command[0].c_str());
         }
     }
     std::filesystem::remove_all(folder);

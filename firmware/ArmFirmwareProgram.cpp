@@ -5,13 +5,13 @@
 #include "app/FileStream.h"
 #include "app/Progress.h"
 #include "firmware/Checksum.h"
+#include "firmware/ImageReader.h"
 #include "firmware/IntelHexParser.h"
+#include "firmware/Transfer.h"
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -24,11 +24,11 @@ constexpr const char* programDevice = "/dev/arm-program";
 
 constexpr std::size_t imageStreamBufferSize = 65536;
 
-// Progress, in percent, at which the programming of an image starts.
-constexpr int imageProgressStart = 1;
-constexpr int convertedProgressStart = 5;
-constexpr int validationProgress = 3;
-constexpr int conversionProgress = 1;
+// Progress, in percent.
+constexpr int conversionStart = 1;
+constexpr int imageProgressStart = 1;     // of an image that was given
+constexpr int convertedProgressStart = 5; // of one that was converted
+constexpr int validationStep = 3;
 
 std::string deriveImagePath(const std::string& hexPath, const std::string& outputDirectory)
 {
@@ -106,123 +106,19 @@ int convert(IntelHexParser& parser, std::FILE* image)
     }
 }
 
-/// Judges the result of a `read` or `write` that has to move `wanted` bytes: prints why it moved
-/// none, or nothing for a short count, and returns whether it moved all.
-bool movedAll(ssize_t result, std::size_t wanted, const char* noneText)
+/// Writes the current packet of the image to the device with one `write` and syncs it.
+bool sendPacket(const ImageReader& image, int device)
 {
-    const int error = errno;
-    if (result == 0) {
-        std::puts(noneText);
-    } else if (result == -1) {
-        std::printf("Error %i: %s\n", error, std::strerror(error));
+    const ImagePacket& packet = image.current();
+    const std::size_t size = sizeof(packet.header) + packet.header.dataLength;
+    if (!movedAll(write(device, &packet, size), size, "No bytes written!")) {
+        std::printf("Failed writing to dev node at packet: %i\n",
+                    static_cast<int>(image.currentNumber()));
+        return false;
     }
-    return result == static_cast<ssize_t>(wanted);
+    fsync(device);
+    return true;
 }
-
-bool readAll(int fd, void* buffer, std::size_t size)
-{
-    return movedAll(read(fd, buffer, size), size, "No bytes read!");
-}
-
-bool fail(const char* format, std::uint32_t packetNumber)
-{
-    std::printf(format, static_cast<int>(packetNumber));
-    return false;
-}
-
-/// An image file, read packet by packet. Every packet that is handed out has passed its checks; a
-/// failed check prints its message.
-class ImageReader {
-public:
-    bool open(const std::string& path)
-    {
-        image.reset(::open(path.c_str(), O_RDONLY));
-        if (!image.isOpen()) {
-            std::puts("Failed opening binary file");
-        }
-        return image.isOpen();
-    }
-
-    /// Reads and checks the header of the first packet, which is that of the file.
-    bool readFileHeader()
-    {
-        if (!readAll(image.get(), &fileHeader, sizeof(fileHeader))) {
-            std::puts("Unable to read header");
-            return false;
-        }
-        if (fileHeader.packetType != firstDataPacket || fileHeader.dataLength != imageChunkSize ||
-            fileHeader.packetIndex == 0) {
-            std::puts("Invalid header");
-            return false;
-        }
-        rewindTo(fileHeader);
-        return true;
-    }
-
-    /// Goes back to the first packet's data.
-    void rewind()
-    {
-        lseek(image.get(), sizeof(ImagePacketHeader), SEEK_SET);
-        rewindTo(fileHeader);
-    }
-
-    /// Data packets and end marker. 64 bits wide, since the header's count may be any number.
-    std::uint64_t packetCount() const { return std::uint64_t{fileHeader.packetIndex} + 1; }
-
-    bool atLastPacket() const { return std::uint64_t{packetNumber} + 1 == packetCount(); }
-
-    /// Reads the data behind the current header and checks the packet.
-    bool readPacketData()
-    {
-        if (packet.header.dataLength > packet.data.size()) {
-            return fail("Chunk size too big! P:%i\n", packetNumber);
-        }
-        if (packet.header.dataLength == 0) {
-            return packet.header.packetType == endMarkerPacket ||
-                   fail("Empty packet! P:%i\n", packetNumber);
-        }
-        if (!readAll(image.get(), packet.data.data(), packet.header.dataLength)) {
-            return fail("Not enough actual data. P:%i\n", packetNumber);
-        }
-        return twosComplementChecksum({packet.data.data(), packet.header.dataLength}) ==
-                   packet.header.checksum ||
-               fail("Invalid checksum at packet: %i\n", packetNumber);
-    }
-
-    bool readNextHeader()
-    {
-        if (!readAll(image.get(), &packet.header, sizeof(packet.header))) {
-            return fail("Unable to read packet header: %i\n", packetNumber);
-        }
-        ++packetNumber;
-        return true;
-    }
-
-    /// Writes the current packet to the device with one `write` and syncs it.
-    bool sendPacket(int device) const
-    {
-        const std::size_t size = sizeof(packet.header) + packet.header.dataLength;
-        if (!movedAll(write(device, &packet, size), size, "No bytes written!")) {
-            return fail("Failed writing to dev node at packet: %i\n", packetNumber);
-        }
-        fsync(device);
-        return true;
-    }
-
-    bool packetIsEmpty() const { return packet.header.dataLength == 0; }
-
-private:
-    void rewindTo(const ImagePacketHeader& header)
-    {
-        packet.header = header;
-        packetNumber = 0;
-    }
-
-    FileDescriptor image;
-    ImagePacketHeader fileHeader{};
-    ImagePacket packet{};
-    std::uint32_t packetNumber = 0;
-};
 
 /// Checks the whole image, from the packet behind the file header on.
 bool validateImage(ImageReader& image)
@@ -233,7 +129,7 @@ bool validateImage(ImageReader& image)
         if (!image.readPacketData()) {
             return false;
         }
-        endSeen = endSeen || image.packetIsEmpty();
+        endSeen = endSeen || image.current().header.dataLength == 0;
         if (image.atLastPacket()) {
             break;
         }
@@ -254,7 +150,7 @@ bool sendImage(ImageReader& image, int device, int progress)
     const int step =
         static_cast<int>((100U - static_cast<unsigned int>(progress)) / image.packetCount());
     for (;;) {
-        if (!image.readPacketData() || !image.sendPacket(device)) {
+        if (!image.readPacketData() || !sendPacket(image, device)) {
             return false;
         }
         progress += step;
@@ -291,7 +187,7 @@ int ArmFirmwareTask::run()
         std::puts("Failed to open hex firmware file");
         return -1;
     }
-    std::array<char, imageStreamBufferSize> buffer;
+    std::array<char, imageStreamBufferSize> buffer; // outlives the stream, which it serves
     const FileStream image(std::fopen(binPath.c_str(), "wb"));
     if (!image) {
         std::puts("Failed to open binary firmware file");
@@ -337,7 +233,7 @@ int ArmProgramTask::programImage(const std::string& path, int progressStart) con
     if (!image.open(path) || !image.readFileHeader() || !validateImage(image)) {
         return -1;
     }
-    const int progress = progressStart + validationProgress;
+    const int progress = progressStart + validationStep;
     reportProgress(progress);
     std::puts("Binary file validated.\n\n\nProgramming device...");
     image.rewind();
@@ -353,7 +249,7 @@ int ArmProgramTask::programImage(const std::string& path, int progressStart) con
 int ArmProgramTask::convertAndProgram(const std::string& hexPath) const
 {
     std::printf("Converting hex file: %s to binary\n", hexPath.c_str());
-    reportProgress(conversionProgress);
+    reportProgress(conversionStart);
     ArmFirmwareTask conversion(hexPath, conversionDirectory);
     if (conversion.run() != 0) {
         return -1;

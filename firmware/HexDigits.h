@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
@@ -21,6 +22,8 @@ constexpr int hexDigitValue(char digit)
     }
     return notHexDigit;
 }
+
+static_assert(std::endian::native == std::endian::little);
 
 /// Values of all pairs of characters, by the pair as it lies in little-endian memory; `notHexDigit`
 /// where one of them is no digit.

@@ -82,18 +82,8 @@ void IntelHexParser::placeCarriedData(std::uint8_t* chunk, std::uint32_t& chunkA
     std::memcpy(chunk, recordData + carryOffset, count);
     chunkBytes += count;
     runningAddress += count;
-    clearRecord();
-}
-
-void IntelHexParser::clearRecord()
-{
     carryPending = false;
     carryOffset = 0;
-    recordByteCount = 0;
-    recordLength = 0;
-    recordAddress = 0;
-    recordType = 0;
-    recordData = nullptr;
 }
 
 void IntelHexParser::fillInputBuffer()
@@ -119,9 +109,6 @@ void IntelHexParser::fillInputBuffer()
 bool IntelHexParser::parseBufferedLines(std::uint8_t* chunk, std::uint32_t& chunkAddress,
                                         std::uint32_t& chunkBytes)
 {
-    if (inputLength == 0 || chunkBytes >= chunkSize) {
-        return chunkBytes == chunkSize;
-    }
     const char* position = inputBuffer.data();
     const char* const end = position + inputLength;
     while (position < end && chunkBytes < chunkSize) {
@@ -200,9 +187,27 @@ void IntelHexParser::parseLine(const char* line, std::int32_t lineLength, std::u
     if (line == nullptr || chunk == nullptr || lineLength <= tooShortLine || *line != ':') {
         raiseParseError("Invalid input to parseLine!", __LINE__);
     }
-    clearRecord();
     hexToBytes(line + 1, static_cast<std::uint32_t>(lineLength - 1) / 2);
     applyRecord(chunk, chunkAddress, chunkBytes);
+}
+
+/// Decodes up to `pairs` pairs, at most as many as `recordBytes` holds, in front of the first that
+/// is not of two digits.
+void IntelHexParser::decodePairs(const char* text, std::uint32_t pairs)
+{
+    std::uint32_t sum = 0;
+    int signs = 0;
+    for (std::uint32_t pair = 0; pair < pairs; ++pair) {
+        const int value = hexPairValue(text + 2 * std::size_t{pair});
+        signs |= value;
+        sum += static_cast<std::uint32_t>(value);
+        recordBytes[pair] = static_cast<std::uint8_t>(value);
+    }
+    recordByteCount = pairs;
+    recordSum = static_cast<std::uint8_t>(sum);
+    if (signs < 0) {
+        keepLeadingPairs(text);
+    }
 }
 
 void IntelHexParser::keepLeadingPairs(const char* text)

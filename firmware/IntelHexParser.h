@@ -57,7 +57,6 @@ private:
     void startChunkAtRunningAddress(std::uint32_t& chunkAddress) const;
     void placeCarriedData(std::uint8_t* chunk, std::uint32_t& chunkAddress,
                           std::uint32_t& chunkBytes);
-    void clearRecord();
     void splitRecord();
     void checkRecordChecksum() const;
     void setUpperAddress();
@@ -67,7 +66,7 @@ private:
 
     std::string fileName;
     std::uint32_t chunkSize;
-    std::array<char, streamBufferSize> streamBuffer; ///< of `file`
+    std::array<char, streamBufferSize> streamBuffer; ///< of `file`, which it outlives
     FileStream file;
     std::array<char, 4096> inputBuffer{};        ///< text read and not yet consumed
     std::uint32_t inputLength = 0;               ///< valid characters at the front of `inputBuffer`
@@ -87,7 +86,8 @@ private:
     std::uint32_t upperAddress = 0;   ///< last extended linear address, in the upper 16 bits
 };
 
-/// Decodes `pairs` pairs of hexadecimal digits into `recordBytes`; a line end stops it.
+/// Decodes `pairs` pairs of hexadecimal digits into `recordBytes`; a line end stops it. It stands
+/// here because its exception names this file.
 inline void IntelHexParser::hexToBytes(const char* text, std::uint32_t pairs)
 {
     if (text == nullptr || pairs > recordBytes.size()) {
@@ -97,24 +97,5 @@ inline void IntelHexParser::hexToBytes(const char* text, std::uint32_t pairs)
     const char* const stop = text + 2 * std::size_t{recordByteCount};
     if (recordByteCount < pairs && !isLineEnd(stop[0]) && !isLineEnd(stop[1])) {
         throw "Invalid byte format in data";
-    }
-}
-
-/// Decodes up to `pairs` pairs, at most as many as `recordBytes` holds, in front of the first that
-/// is not of two digits.
-inline void IntelHexParser::decodePairs(const char* text, std::uint32_t pairs)
-{
-    std::uint32_t sum = 0;
-    int signs = 0;
-    for (std::uint32_t pair = 0; pair < pairs; ++pair) {
-        const int value = hexPairValue(text + 2 * std::size_t{pair});
-        signs |= value;
-        sum += static_cast<std::uint32_t>(value);
-        recordBytes[pair] = static_cast<std::uint8_t>(value);
-    }
-    recordByteCount = pairs;
-    recordSum = static_cast<std::uint8_t>(sum);
-    if (signs < 0) {
-        keepLeadingPairs(text);
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -18,6 +19,7 @@ struct BatteryInfoRecord {
     std::uint16_t chargerUpdateVersion;
     std::uint8_t notUsed50[2];
 };
+static_assert(std::endian::native == std::endian::little);
 static_assert(sizeof(BatteryInfoRecord) == 52);
 static_assert(offsetof(BatteryInfoRecord, packType) == 6);
 static_assert(offsetof(BatteryInfoRecord, serialNumber) == 8);

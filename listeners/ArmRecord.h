@@ -7,6 +7,7 @@
 #include <cstring>
 #include <optional>
 #include <span>
+#include <type_traits>
 
 // The co-processor's record channels deliver blocks: one `read` yields at most 4096 bytes, records
 // back to back without alignment. All integers are little-endian.
@@ -54,6 +55,7 @@ public:
     template <class Entry>
     Entry at(std::size_t index) const
     {
+        static_assert(std::is_trivially_copyable_v<Entry>);
         Entry entry;
         std::memcpy(&entry, bytes.subspan(index * entrySize, sizeof(Entry)).data(), sizeof(Entry));
         return entry;

@@ -8,7 +8,6 @@ using lc::MoxArmControl;
 
 namespace {
 
-constexpr std::uint8_t acceptedStatus = 0;
 constexpr std::int32_t notPoweredMode = 255;
 constexpr std::int32_t updateAlwaysMode = 0;
 
@@ -35,7 +34,7 @@ bool query(const PicCommandChannel& channel, MoxArmControl::PicUpdateCmdType com
 
 PicUpdateErr checkGpsPicResponse(const DataEntry& entry)
 {
-    if (entry.length == 0) {
+    if (entry.length == 0) { // a negative one counts as an answer of this PIC
         return PicErrNoResponseLen;
     }
     switch (Cmd) {
@@ -45,7 +44,7 @@ PicUpdateErr checkGpsPicResponse(const DataEntry& entry)
     case MoxArmControl::PicCmdDataEnd:
     case MoxArmControl::PicCmdDataBlock:
     case MoxArmControl::PicCmdConfig:
-        return entry.data[0] == acceptedStatus ? PicErrNone : PicErrUpdateOrResponse;
+        return entry.data[0] == acceptedPicStatus ? PicErrNone : PicErrUpdateOrResponse;
     case MoxArmControl::PicCmdGetGpsMode:
         storeMode(entry);
         return PicErrNone;

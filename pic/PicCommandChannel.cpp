@@ -16,8 +16,7 @@ constexpr const char* commDevice = "/dev/arm-comms";
 constexpr int replyTimeoutSeconds = 1;
 constexpr std::size_t drainSize = 10;
 
-constexpr std::int8_t acceptedStatus = 0;
-constexpr std::int8_t upToDateStatus = -2;
+constexpr std::uint8_t upToDateStatus = 0xFE;
 
 PicUpdateErr checkEntries(const ArmEntries& entries, PicResponseCheck check)
 {
@@ -57,8 +56,8 @@ PicUpdateErr checkPicResponse(const DataEntry& entry)
     if (entry.length <= 0) {
         return PicErrNoResponseLen;
     }
-    switch (static_cast<std::int8_t>(entry.data[0])) {
-    case acceptedStatus:
+    switch (entry.data[0]) {
+    case acceptedPicStatus:
         return PicErrNone;
     case upToDateStatus:
         return PicErrUpToDate;
@@ -69,19 +68,11 @@ PicUpdateErr checkPicResponse(const DataEntry& entry)
 
 bool PicCommandChannel::open()
 {
-    ArmCommFd = ::open(commDevice, O_RDONLY | O_NONBLOCK);
-    if (ArmCommFd == -1) {
+    ArmCommFd.reset(::open(commDevice, O_RDONLY | O_NONBLOCK));
+    if (!ArmCommFd.isOpen()) {
         std::printf("Failed opening %s\n", commDevice);
     }
-    return ArmCommFd != -1;
-}
-
-void PicCommandChannel::close()
-{
-    if (ArmCommFd != -1) {
-        ::close(ArmCommFd);
-        ArmCommFd = -1;
-    }
+    return ArmCommFd.isOpen();
 }
 
 /// Ends at the end of file too, where a device would stay readable for ever.
@@ -134,20 +125,21 @@ PicUpdateErr PicCommandChannel::readPicResponses(PicResponseCheck check) const
 PicUpdateErr PicCommandChannel::readArmComm(std::byte* buffer, std::size_t size, int& count,
                                             int seconds) const
 {
-    if (ArmCommFd == -1) {
+    const int fd = ArmCommFd.get();
+    if (fd == -1) {
         return PicErrNotOpened;
     }
     fd_set readSet;
     FD_ZERO(&readSet);
-    FD_SET(ArmCommFd, &readSet);
+    FD_SET(fd, &readSet);
     timeval timeout{.tv_sec = seconds, .tv_usec = 0};
-    const int ready = select(ArmCommFd + 1, &readSet, nullptr, nullptr, &timeout);
+    const int ready = select(fd + 1, &readSet, nullptr, nullptr, &timeout);
     if (ready == -1) {
         return PicErrWait;
     }
     if (ready == 0) {
         return PicErrTimeout;
     }
-    count = static_cast<int>(read(ArmCommFd, buffer, size));
+    count = static_cast<int>(read(fd, buffer, size));
     return count < 0 ? PicErrFileRead : PicErrNone;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/FileDescriptor.h"
 #include "lc/MoxArmControl.h"
 #include "listeners/ArmRecord.h"
 #include "pic/PicUpdateErr.h"
@@ -11,6 +12,8 @@
 /// Judges one reply entry of a PIC; `PicErrNone` means accepted.
 using PicResponseCheck = PicUpdateErr (*)(const DataEntry& entry);
 
+inline constexpr std::uint8_t acceptedPicStatus = 0;
+
 /// The check of the Orvel devices: the first data byte is the status.
 PicUpdateErr checkPicResponse(const DataEntry& entry);
 
@@ -18,14 +21,9 @@ PicUpdateErr checkPicResponse(const DataEntry& entry);
 /// of records on /dev/arm-comms. Exactly one read answers one command; nothing is retried.
 class PicCommandChannel {
 public:
-    PicCommandChannel() = default;
-    ~PicCommandChannel() { close(); }
-    PicCommandChannel(const PicCommandChannel&) = delete;
-    PicCommandChannel& operator=(const PicCommandChannel&) = delete;
-
     /// Opens /dev/arm-comms. Prints the failure and returns false if that can't be done.
     bool open();
-    void close();
+    void close() { ArmCommFd.close(); }
 
     /// Reads and throws away what is waiting. Never fails.
     void drain() const;
@@ -42,5 +40,5 @@ private:
     PicUpdateErr readPicResponses(PicResponseCheck check) const;
     bool waitForPicResponse(PicResponseCheck check) const;
 
-    int ArmCommFd = -1;
+    FileDescriptor ArmCommFd;
 };

@@ -15,6 +15,7 @@ struct PicDataBlockPayload {
     std::uint8_t checksum; ///< two's complement of the sum of all bytes before it
 };
 static_assert(sizeof(PicDataBlockPayload) == 69);
+static_assert(offsetof(PicDataBlockPayload, address) == 0);
 static_assert(offsetof(PicDataBlockPayload, rows) == 4);
 static_assert(offsetof(PicDataBlockPayload, checksum) == 68);
 

@@ -9,30 +9,6 @@
 
 using lc::MoxArmControl;
 
-namespace {
-
-/// Closes what the run has opened, on every way out of it.
-class RunGuard {
-public:
-    RunGuard(FileStream& openedFile, PicCommandChannel& openedChannel)
-        : file(openedFile), channel(openedChannel)
-    {
-    }
-    ~RunGuard()
-    {
-        file.reset();
-        channel.close();
-    }
-    RunGuard(const RunGuard&) = delete;
-    RunGuard& operator=(const RunGuard&) = delete;
-
-private:
-    FileStream& file;
-    PicCommandChannel& channel;
-};
-
-} // namespace
-
 PicFirmwareTask::PicFirmwareTask(const std::string& path) : firmwarePath(path)
 {
     resetPicGlobals();
@@ -40,11 +16,18 @@ PicFirmwareTask::PicFirmwareTask(const std::string& path) : firmwarePath(path)
 
 int PicFirmwareTask::run()
 {
-    const RunGuard guard(firmwareFile, channel);
     if (!channel.open()) {
         return -1;
     }
     channel.drain();
+    const int status = updateFromFile();
+    firmwareFile.reset();
+    channel.close();
+    return status;
+}
+
+int PicFirmwareTask::updateFromFile()
+{
     if (!checkFileName()) {
         std::puts("Failed to open pic firmware file. Ensure proper name format.");
         return -1;

@@ -23,6 +23,7 @@ public:
     int run() override;
 
 private:
+    int updateFromFile();
     bool checkFileName();
     int runForDevice();
     int runForGpsPic();

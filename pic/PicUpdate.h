@@ -3,7 +3,7 @@
 #include "lc/MoxArmControl.h"
 #include "pic/PicCommandChannel.h"
 #include "pic/PicDataBlock.h"
-#include "pic/PicHexLine.h"
+#include "pic/PicHexRecord.h"
 
 #include <array>
 #include <cstdint>

@@ -240,8 +240,11 @@ ssize_t write(int fd, const void* buffer, size_t size)
 int fsync(int fd)
 {
     OpenFile* const file = find(fd);
-    if (file == nullptr || isSimulated(file->path)) {
-        return traced("fsync(" + (file != nullptr ? file->path : "") + ")", 0);
+    if (file == nullptr) {
+        return REAL(fsync)(fd);
+    }
+    if (isSimulated(file->path)) {
+        return traced("fsync(" + file->path + ")", 0);
     }
     return traced("fsync(" + file->path + ", " + std::to_string(lseek(fd, 0, SEEK_CUR)) + ")",
                   REAL(fsync)(fd));

@@ -30,8 +30,7 @@ public:
     static BatteryInfoRecord makeBattery(char type);
     static Bytes readAuthRegister(int reg);
 
-    /// Hands a bootloader command to a PIC; its answer waits in `replies`. The setting "pic" of the
-    /// run is silent, late or refuse.
+    /// Hands a bootloader command to a PIC; its answer waits in `replies`.
     void sendToPic(int device, int command, const Bytes& payload);
 
     struct Reply {

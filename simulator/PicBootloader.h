@@ -8,9 +8,6 @@ namespace simulator {
 
 /// The bootloader of one simulated PIC. It is strict: a command out of order, a wrong length,
 /// checksum or address, and a version that is not newer are refused.
-///
-/// Settings of the run: "pic" is silent, late or refuse; "pic-version" the version that the PIC
-/// holds (1.0.0); "gps-mode" (1) and "gps-version" (1) what the GPS PIC reports.
 class PicBootloader {
 public:
     explicit PicBootloader(int picDevice);
@@ -34,7 +31,7 @@ private:
     bool isGps;
     State state = State::idle;
     std::array<int, 3> version{};
-    std::uint32_t nextAddress = 0; ///< blocks have to follow one another
+    std::uint32_t nextAddress = 0; ///< the lowest that the next block may have
     std::uint32_t blockCount = 0;
     Bytes memory; ///< the data of the blocks, one behind the other
     bool isConfigured = false;

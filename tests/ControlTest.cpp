@@ -81,12 +81,9 @@ TEST_F(ControlTest, InterfaceCatchesOnlyWhatTheDisplayThrows)
         "GetReelState",       "GetBatInfo",  "SetReelOverlay", "SetReelOverlay ok"};
     for (const std::string& call : unguarded) {
         const ToolResult result = run("--interface", call + " throw=text\n");
-        EXPECT_EQ(splitLines(result.output).back().find("Caught unknown error") ==
-                      std::string::npos,
-                  false)
-            << call;
+        EXPECT_TRUE(result.output.ends_with("Caught unknown error\n")) << call;
         EXPECT_EQ(result.status, failed) << call;
-        EXPECT_TRUE(result.calls.back().starts_with(call.substr(0, call.find(' ')))) << call;
+        EXPECT_TRUE(result.lastCall().starts_with(call.substr(0, call.find(' ')))) << call;
     }
     const std::vector<std::string> guarded{"GetLcdEnabled", "SetLcdEnabled", "GetLcdEnabled ok",
                                            "SetLcdEnabled ok"};

@@ -6,17 +6,12 @@
 #include <numeric>
 #include <random>
 
-namespace {
-
-/// What makes the bytes add up to 0.
 unsigned int checksumOf(const std::string& bytes)
 {
     return -std::accumulate(bytes.begin(), bytes.end(), 0U,
                             [](unsigned int sum, unsigned char byte) { return sum + byte; }) &
            0xFF;
 }
-
-} // namespace
 
 std::string toHex(const std::string& bytes)
 {

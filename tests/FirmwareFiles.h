@@ -19,6 +19,9 @@ std::string hexRows(std::uint32_t address, const std::string& data, std::size_t 
 /// Bytes that look random and are the same in each run.
 std::string makeData(std::size_t size, unsigned int seed = 1);
 
+/// What makes the bytes add up to 0 modulo 256.
+unsigned int checksumOf(const std::string& bytes);
+
 std::string bigEndian16(unsigned int value);
 std::string littleEndian32(std::uint32_t value);
 std::string words(const std::vector<std::uint32_t>& values); ///< little-endian

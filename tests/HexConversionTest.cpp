@@ -175,7 +175,10 @@ TEST_F(HexConversionTest, RefusesBadInput)
 TEST_F(HexConversionTest, LeavesUnfinishedPacketsWithoutACount)
 {
     const std::string data = makeData(2048);
-    EXPECT_NE(convert(hexRows(0x08000000, data) + "\n"), "");
+    EXPECT_EQ(convert(hexRows(0x08000000, data) + "\n"),
+              "Warning: missed starting on line: 130\n"
+              "Caught AppException: IntelHexParser.cpp: Missed starting marker!\n");
+    EXPECT_EQ(status, failed);
     const std::string image = makeImage(0x08000000, data);
     const std::string uncounted = image.substr(0, 4) + littleEndian32(0) + image.substr(8);
     EXPECT_EQ(read("fw.hex.bin"), uncounted.substr(0, 2 * packetSize));

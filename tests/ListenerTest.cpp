@@ -182,7 +182,7 @@ TEST_F(ListenerTest, LeavesOtherExceptionsToTheProgram)
                                           std::string(call) + " throw=x\n");
         EXPECT_TRUE(output.ends_with("Caught unknown error\n")) << call;
         EXPECT_EQ(result.status, failed) << call;
-        EXPECT_TRUE(result.calls.back().starts_with(call)) << call; // the device stays open
+        EXPECT_TRUE(result.lastCall().starts_with(call)) << call; // the device stays open
     }
 }
 

@@ -1,5 +1,5 @@
 #include "pic/PicFileName.h"
-#include "pic/PicHexLine.h"
+#include "pic/PicHexRecord.h"
 #include "tests/FirmwareFiles.h"
 
 #include <gtest/gtest.h>

@@ -19,11 +19,7 @@ std::string reply(const std::string& data, std::uint32_t length = 1)
 
 std::string payloadOfBlock(const std::string& address, const std::string& rows)
 {
-    unsigned int sum = 0;
-    for (const char byte : address + rows) {
-        sum += static_cast<unsigned char>(byte);
-    }
-    return toHex(address + rows + static_cast<char>(-sum));
+    return toHex(address + rows + static_cast<char>(checksumOf(address + rows)));
 }
 
 TEST(PicCommandChannel, ForgetsTheCommandBehindItsAnswer)
@@ -104,7 +100,7 @@ TEST_F(PicUpdateTest, SendsAnOrvelUpdate)
     EXPECT_EQ(result.calls[1], "select(/dev/arm-comms, 0) = 0");
     EXPECT_EQ(result.calls[3], "select(/dev/arm-comms, 1) = 1");
     EXPECT_EQ(result.calls[4], "read(/dev/arm-comms, 4096) = 268");
-    EXPECT_EQ(result.calls.back(), "close(/dev/arm-comms) = 0");
+    EXPECT_EQ(result.lastCall(), "close(/dev/arm-comms) = 0");
 }
 
 TEST_F(PicUpdateTest, MarksTheVersionsOfTheShoe)
@@ -212,7 +208,7 @@ TEST_F(PicUpdateTest, JudgesTheFirstBlockBehindACommand)
             << entry.script;
         EXPECT_EQ(result.status, failed);
         EXPECT_EQ(commands().size(), entry.error == accepted && drains ? 2 : 1) << entry.script;
-        EXPECT_EQ(result.calls.back(), "close(/dev/arm-comms) = 0");
+        EXPECT_EQ(result.lastCall(), "close(/dev/arm-comms) = 0");
     }
 }
 
@@ -239,7 +235,7 @@ TEST_F(PicUpdateTest, StopsAtTheFirstFailure)
                   "Caught unknown error\n");
         EXPECT_EQ(commands(), sent);
         EXPECT_EQ(result.status, failed);
-        EXPECT_EQ(result.calls.back(), "close(/dev/arm-comms) = 0");
+        EXPECT_EQ(result.lastCall(), "close(/dev/arm-comms) = 0");
         earlier += good;
         earlierCalls += " ok";
     }
@@ -282,7 +278,7 @@ TEST_F(PicUpdateTest, ReportsFilesAndDevicesThatCannotBeOpened)
     EXPECT_EQ(result.output, head + "Checking File Name\nFailed to open pic firmware file. Ensure "
                                     "proper name format.\n");
     EXPECT_EQ(result.status, failed);
-    EXPECT_EQ(result.calls.back(), "close(/dev/arm-comms) = 0");
+    EXPECT_EQ(result.lastCall(), "close(/dev/arm-comms) = 0");
 
     result = run("--program-pic " + battery, comms + ":open error=2\n");
     EXPECT_EQ(result.output, head + "Failed opening /dev/arm-comms\n");

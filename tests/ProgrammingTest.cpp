@@ -159,7 +159,7 @@ TEST_F(ProgrammingTest, SendsNothingOfABadImage)
         EXPECT_EQ(result.output, row.output);
         EXPECT_EQ(result.status, failed) << row.output;
         EXPECT_EQ(result.callsOf({"open(/dev", "write"}).size(), 0) << row.output;
-        EXPECT_EQ(result.calls.back(), "close(fw.bin) = 0") << row.output;
+        EXPECT_EQ(result.lastCall(), "close(fw.bin) = 0") << row.output;
     }
 }
 
@@ -196,7 +196,7 @@ TEST_F(ProgrammingTest, StopsAtTheFirstFailureOnTheWay)
     const ToolResult noDevice =
         run("--program-vimbra fw.bin", "/dev/arm-program:open " + fails(ENOENT));
     EXPECT_EQ(noDevice.output, programming + "Failed opening program interface\n");
-    EXPECT_EQ(noDevice.calls.back(), "close(fw.bin) = 0");
+    EXPECT_EQ(noDevice.lastCall(), "close(fw.bin) = 0");
 }
 
 } // namespace

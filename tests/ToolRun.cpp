@@ -69,8 +69,8 @@ ToolResult ToolTest::runPlainly(const std::string& arguments) const
 
 ToolResult ToolTest::runCommand(const std::string& environment, const std::string& arguments) const
 {
-    const std::string command = "cd '" + folder.string() + "' && { " + environment + " " + tool +
-                                " " + arguments + "; } >output 2>errors </dev/null";
+    const std::string command = "cd '" + folder.string() + "' && { " + environment + " '" + tool +
+                                "' " + arguments + "; } >output 2>errors </dev/null";
     std::filesystem::remove(folder / "trace");
     const int status = std::system(command.c_str());
     const std::string trace = read("trace");

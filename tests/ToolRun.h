@@ -12,6 +12,8 @@ struct ToolResult {
     int status;         ///< exit status; 128 + signal if one ended the run
     std::vector<std::string> calls;
 
+    std::string lastCall() const { return calls.empty() ? "" : calls.back(); }
+
     /// The calls that begin with one of the texts.
     std::vector<std::string> callsOf(const std::vector<std::string>& beginnings) const;
 };

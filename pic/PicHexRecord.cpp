@@ -1,4 +1,4 @@
-#include "pic/PicHexLine.h"
+#include "pic/PicHexRecord.h"
 
 #include "firmware/HexDigits.h"
 
