@@ -1,5 +1,7 @@
 #include "firmware/IntelHexParser.h"
 
+#include "app/BigEndian.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -255,7 +257,7 @@ void IntelHexParser::splitRecord()
         throw "Invalid line format. Not enough bytes";
     }
     recordLength = recordBytes[0];
-    recordAddress = static_cast<std::uint16_t>(recordBytes[1] << 8 | recordBytes[2]);
+    recordAddress = readBigEndian16(&recordBytes[1]);
     recordType = recordBytes[3];
     if (recordByteCount - headerBytes != recordLength + checksumBytes) {
         throw "Not enough data bytes in line";
@@ -276,7 +278,7 @@ void IntelHexParser::setUpperAddress()
     if (recordLength != extendedLinearLength) {
         raiseParseError("Invalid data", __LINE__);
     }
-    upperAddress = std::uint32_t{recordData[0]} << 24 | std::uint32_t{recordData[1]} << 16;
+    upperAddress = std::uint32_t{readBigEndian16(recordData)} << 16;
 }
 
 /// Only a start address in front of all data counts; it is the start address of the first chunk.
@@ -289,8 +291,7 @@ void IntelHexParser::handleStartLinearAddress(std::uint32_t& chunkAddress)
     if (recordLength != startLinearLength) {
         raiseParseError("Invalid data", __LINE__);
     }
-    runningAddress = std::uint32_t{recordData[0]} << 24 | std::uint32_t{recordData[1]} << 16 |
-                     std::uint32_t{recordData[2]} << 8 | std::uint32_t{recordData[3]};
+    runningAddress = readBigEndian32(recordData);
     startKnown = 1;
     chunkAddress = runningAddress;
 }

@@ -1,5 +1,6 @@
 #include "listeners/ArmCommTestTask.h"
 
+#include "app/BigEndian.h"
 #include "lc/MoxArmControl.h"
 
 #include <algorithm>
@@ -102,7 +103,7 @@ int ArmCommTestTask::run()
         std::puts("Invalid Length read for MFI Certificate");
         return -1;
     }
-    const int length = buffer[0] << 8 | buffer[1];
+    const int length = readBigEndian16(buffer.data());
     if (length >= bufferSize) {
         std::printf("Invalid Length (%i) read for MFI Certificate\n", length);
         return -1;

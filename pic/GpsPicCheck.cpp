@@ -1,5 +1,6 @@
 #include "pic/GpsPicCheck.h"
 
+#include "app/BigEndian.h"
 #include "pic/PicGlobals.h"
 
 #include <cstdio>
@@ -19,8 +20,7 @@ void storeMode(const DataEntry& entry)
 
 void storeVersion(const DataEntry& entry)
 {
-    GpsPicVersion = std::uint32_t{entry.data[0]} << 24 | std::uint32_t{entry.data[1]} << 16 |
-                    std::uint32_t{entry.data[2]} << 8 | std::uint32_t{entry.data[3]};
+    GpsPicVersion = readBigEndian32(entry.data.data());
     std::printf("GPS PIC Version: %ld (0x%lX)\n", static_cast<long>(GpsPicVersion),
                 static_cast<unsigned long>(GpsPicVersion));
 }

@@ -1,5 +1,6 @@
 #include "pic/PicHexRecord.h"
 
+#include "app/BigEndian.h"
 #include "firmware/HexDigits.h"
 
 #include <cstring>
@@ -61,7 +62,7 @@ bool PicHexRecord::isTooShort() const
 
 std::uint16_t PicHexRecord::offset() const
 {
-    return static_cast<std::uint16_t>(bytes[1] << 8 | bytes[2]);
+    return readBigEndian16(&bytes[1]);
 }
 
 std::uint32_t PicHexRecord::upperAddress() const
@@ -69,7 +70,7 @@ std::uint32_t PicHexRecord::upperAddress() const
     if (count < headerBytes + upperAddressBytes) {
         throw "Extended address record without an address";
     }
-    return std::uint32_t{bytes[headerBytes]} << 24 | std::uint32_t{bytes[headerBytes + 1]} << 16;
+    return std::uint32_t{readBigEndian16(&bytes[headerBytes])} << 16;
 }
 
 std::span<const std::uint8_t> PicHexRecord::dataBytes() const

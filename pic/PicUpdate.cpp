@@ -44,7 +44,7 @@ int PicUpdate::run()
         !sendCommand(MoxArmControl::PicCmdDataEnd)) {
         return -1;
     }
-    // The GPS PIC restarts by itself.
+    // The GPS PIC takes no finishing command.
     if (job.device != MoxArmControl::PicDevKt4100Gps && !sendCommand(MoxArmControl::PicCmdFinish)) {
         return -1;
     }
@@ -116,22 +116,21 @@ bool PicUpdate::handleRecord(const PicHexRecord& record)
     }
 }
 
-/// Sends, collects or skips a data record, as its address and the device say.
 bool PicUpdate::handleData(const PicHexRecord& record)
 {
-    const std::span<const std::uint8_t> data = record.dataBytes();
-    const std::uint32_t area = upperAddress >> 16;
-    const bool isGps = job.device == MoxArmControl::PicDevKt4100Gps;
-    bool succeeded = true;
-    if (isGps && area != lowProgramArea) {
-        // The GPS PIC takes neither configuration nor code beyond its low program memory.
-    } else if (area == configurationArea) {
-        succeeded = sendConfiguration(data);
-    } else {
-        succeeded = addRow(upperAddress | record.offset(), data);
-    }
+    const bool succeeded = routeData(upperAddress | record.offset(), record.dataBytes());
     ++job.lineCounter;
     return succeeded;
+}
+
+/// Sends, collects or skips data, as their address and the device say.
+bool PicUpdate::routeData(std::uint32_t address, std::span<const std::uint8_t> data)
+{
+    const std::uint32_t area = address >> 16;
+    if (job.device == MoxArmControl::PicDevKt4100Gps && area != lowProgramArea) {
+        return true; // it takes neither configuration nor code beyond its low program memory
+    }
+    return area == configurationArea ? sendConfiguration(data) : addRow(address, data);
 }
 
 bool PicUpdate::addRow(std::uint32_t address, std::span<const std::uint8_t> data)

@@ -38,6 +38,7 @@ private:
     bool sendRecords();
     bool handleRecord(const PicHexRecord& record);
     bool handleData(const PicHexRecord& record);
+    bool routeData(std::uint32_t address, std::span<const std::uint8_t> data);
     bool addRow(std::uint32_t address, std::span<const std::uint8_t> data);
     bool sendConfiguration(std::span<const std::uint8_t> data) const;
     bool sendLastBlock();

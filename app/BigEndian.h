@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstdint>
+
+/// The number in the two bytes at `bytes`, the high byte first.
+constexpr std::uint16_t readBigEndian16(const std::uint8_t* bytes)
+{
+    return static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]);
+}
+
+/// The number in the four bytes at `bytes`, the highest byte first.
+constexpr std::uint32_t readBigEndian32(const std::uint8_t* bytes)
+{
+    return std::uint32_t{readBigEndian16(bytes)} << 16 | readBigEndian16(bytes + 2);
+}
