@@ -1,13 +1,14 @@
 #include "firmware/ArmFirmwareProgram.h"
 
 #include "app/AppException.h"
-#include "app/FileDescriptor.h"
-#include "app/FileStream.h"
 #include "app/Progress.h"
-#include "firmware/Checksum.h"
+#include "base/Checksum.h"
+#include "base/FileDescriptor.h"
+#include "base/FileStream.h"
+#include "base/Transfer.h"
+#include "firmware/ImageFormat.h"
 #include "firmware/ImageReader.h"
 #include "firmware/IntelHexParser.h"
-#include "firmware/Transfer.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/FileDescriptor.h"
-#include "firmware/ArmFirmwareProgram.h"
+#include "base/FileDescriptor.h"
+#include "firmware/ImageFormat.h"
 
 #include <cstdint>
 #include <string>

@@ -1,6 +1,6 @@
 #include "firmware/IntelHexParser.h"
 
-#include "app/BigEndian.h"
+#include "base/BigEndian.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "app/AppException.h"
-#include "app/FileStream.h"
-#include "firmware/HexDigits.h"
+#include "base/FileStream.h"
+#include "base/HexDigits.h"
 
 #include <array>
 #include <cstddef>

@@ -1,6 +1,6 @@
 #include "listeners/ArmCommTestTask.h"
 
-#include "app/BigEndian.h"
+#include "base/BigEndian.h"
 #include "lc/MoxArmControl.h"
 
 #include <algorithm>

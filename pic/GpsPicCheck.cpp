@@ -1,6 +1,6 @@
 #include "pic/GpsPicCheck.h"
 
-#include "app/BigEndian.h"
+#include "base/BigEndian.h"
 #include "pic/PicGlobals.h"
 
 #include <cstdio>

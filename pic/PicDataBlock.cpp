@@ -1,6 +1,6 @@
 #include "pic/PicDataBlock.h"
 
-#include "firmware/Checksum.h"
+#include "base/Checksum.h"
 
 #include <algorithm>
 

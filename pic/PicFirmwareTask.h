@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/FileStream.h"
 #include "app/Task.h"
+#include "base/FileStream.h"
 #include "lc/MoxArmControl.h"
 #include "pic/PicCommandChannel.h"
 

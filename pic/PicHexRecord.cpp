@@ -1,7 +1,7 @@
 #include "pic/PicHexRecord.h"
 
-#include "app/BigEndian.h"
-#include "firmware/HexDigits.h"
+#include "base/BigEndian.h"
+#include "base/HexDigits.h"
 
 #include <cstring>
 

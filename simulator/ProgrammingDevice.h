@@ -1,6 +1,6 @@
 #pragma once
 
-#include "firmware/ArmFirmwareProgram.h"
+#include "firmware/ImageFormat.h"
 #include "simulator/Script.h"
 
 #include <map>

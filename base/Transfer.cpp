@@ -1,4 +1,4 @@
-#include "firmware/Transfer.h"
+#include "base/Transfer.h"
 
 #include <cerrno>
 #include <cstdio>
