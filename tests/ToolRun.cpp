@@ -58,13 +58,13 @@ ToolResult ToolTest::run(const std::string& arguments, const std::string& script
     write("script", "set clock fast\n" + script);
     return runCommand(
         "VIMBRA_SIM_SCRIPT=script VIMBRA_SIM_TRACE=trace VIMBRA_SIM_VOLATILE=volatile "
-        "ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=" VIMBRA_DEVICE_NODES,
+        "ASAN_OPTIONS=verify_asan_link_order=0 " VIMBRA_START_SIMULATED,
         arguments);
 }
 
 ToolResult ToolTest::runPlainly(const std::string& arguments) const
 {
-    return runCommand("", arguments);
+    return runCommand(VIMBRA_START_PLAINLY, arguments);
 }
 
 ToolResult ToolTest::runCommand(const std::string& environment, const std::string& arguments) const
