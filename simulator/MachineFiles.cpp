@@ -8,7 +8,10 @@
 #include <cstring>
 #include <fcntl.h>
 #include <map>
+#include <memory>
+#include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 namespace simulator {
 
@@ -20,6 +23,15 @@ public:
     MachineFile(const std::string& filePath, int fileDescriptor, std::FILE* innerStream = nullptr)
         : OpenFile(filePath, fileDescriptor), inner(innerStream)
     {
+    }
+
+    /// Gives a stream on the file a buffer of the size that libc would give it.
+    void buffer(std::FILE* stream)
+    {
+        struct stat status {};
+        fstat(descriptor(), &status);
+        streamBuffer.resize(static_cast<std::size_t>(status.st_blksize));
+        std::setvbuf(stream, streamBuffer.data(), _IOFBF, streamBuffer.size());
     }
 
     double nextArrival() const override { return 0; }
@@ -60,6 +72,7 @@ private:
     }
 
     std::FILE* inner;
+    std::vector<char> streamBuffer;
 };
 
 std::string translate(const std::string& path)
@@ -140,6 +153,7 @@ std::FILE* openStream(const std::string& path, const char* mode)
     std::FILE* const stream = fopencookie(
         file.get(), mode,
         {.read = readStream, .write = writeStream, .seek = seekStream, .close = closeStream});
+    file->buffer(stream);
     streams()[stream] = fd;
     addFile(std::move(file));
     return stream;

@@ -78,9 +78,15 @@ const auto* findRule(const Rules& rules, std::string_view name)
     return rule != rules.end() ? &*rule : nullptr;
 }
 
-bool listsWord(std::string_view list, const std::string& word)
+bool listsWord(std::string_view list, std::string_view word)
 {
-    return (" " + std::string(list) + " ").find(" " + word + " ") != std::string::npos;
+    std::istringstream words{std::string(list)};
+    for (std::string listed; words >> listed;) {
+        if (listed == word) {
+            return true;
+        }
+    }
+    return false;
 }
 
 bool knowsField(const std::string& call, const std::string& field)

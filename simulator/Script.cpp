@@ -64,21 +64,30 @@ std::string callOfKey(const std::string& key)
     return call;
 }
 
-void readEnvironment(Script& script)
+void readFile(Script& script, const std::string& path)
 {
-    const std::string path = environment("VIMBRA_SIM_SCRIPT");
-    if (!path.empty()) {
+    try {
         std::ifstream file(path);
         if (!file) {
             throw ScriptError("can't be read");
         }
         script.read(file);
+    } catch (const ScriptError& error) {
+        throw ScriptError("script " + path + ": " + error.what());
+    }
+}
+
+void readEnvironment(Script& script)
+{
+    const std::string path = environment("VIMBRA_SIM_SCRIPT");
+    if (!path.empty()) {
+        readFile(script, path);
     }
     std::istringstream settings(environment("VIMBRA_SIM_SETTINGS"));
     for (std::string line; std::getline(settings, line);) {
         const std::size_t equals = line.find('=');
         if (equals == std::string::npos) {
-            throw ScriptError("\"" + line + "\" is not NAME=VALUE");
+            throw ScriptError("the setting \"" + line + "\" is not NAME=VALUE");
         }
         script.set(line.substr(0, equals), line.substr(equals + 1));
     }
@@ -117,6 +126,9 @@ void Script::read(std::istream& lines)
         } catch (const ScriptError& error) {
             throw ScriptError("line " + std::to_string(number) + ": " + error.what());
         }
+    }
+    if (lines.bad()) {
+        throw ScriptError("can't be read");
     }
 }
 
