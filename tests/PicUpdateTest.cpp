@@ -344,7 +344,7 @@ TEST_F(PicUpdateTest, ThrowsAwayWhatWaitsOnTheDevice)
            comms + ":read hex=01 hex= hex=0102030405060708090a hex=11\n" + comms +
                ":select ok ok ok ok timeout\n");
     EXPECT_EQ(
-        result.callsOf({"read", "Pic"}),
+        result.callsOf({"read(/dev/arm-comms, 10)", "Pic_Update_Comm_Tx(1, 0"}),
         (std::vector<std::string>{"read(/dev/arm-comms, 10) = 1", "read(/dev/arm-comms, 10) = 0",
                                   "read(/dev/arm-comms, 10) = 10", "read(/dev/arm-comms, 10) = 1",
                                   "Pic_Update_Comm_Tx(1, 0, )"}));
