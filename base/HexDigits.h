@@ -2,54 +2,91 @@
 
 #include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <string_view>
+#include <optional>
 
 inline constexpr int notHexDigit = -1;
 
-/// Value of a hexadecimal digit of either case, or `notHexDigit`, which is negative.
-constexpr int hexDigitValue(char digit)
-{
-    if (digit >= '0' && digit <= '9') {
-        return digit - '0';
-    }
-    if (digit >= 'a' && digit <= 'f') {
-        return digit - 'a' + 10;
-    }
-    if (digit >= 'A' && digit <= 'F') {
-        return digit - 'A' + 10;
-    }
-    return notHexDigit;
-}
-
-static_assert(std::endian::native == std::endian::little);
-
-/// Values of all pairs of characters, by the pair as it lies in little-endian memory; `notHexDigit`
-/// where one of them is no digit.
-inline constexpr std::array<std::int16_t, 0x10000> hexPairTable = [] {
-    constexpr std::string_view digits = "0123456789abcdefABCDEF";
-    std::array<std::int16_t, 0x10000> table{};
+/// Values of all characters as hexadecimal digits of either case; `notHexDigit` for the others.
+inline constexpr std::array<std::int8_t, 256> hexDigitTable = [] {
+    constexpr int firstLetter = 10;
+    std::array<std::int8_t, 256> table{};
     table.fill(notHexDigit);
-    for (const char high : digits) {
-        for (const char low : digits) {
-            table[static_cast<std::size_t>(low << 8 | high)] =
-                static_cast<std::int16_t>(hexDigitValue(high) << 4 | hexDigitValue(low));
-        }
+    for (std::int8_t value = 0; value < firstLetter; ++value) {
+        table[static_cast<std::size_t>('0' + value)] = value;
+    }
+    for (std::int8_t value = firstLetter; value < 16; ++value) {
+        table[static_cast<std::size_t>('a' + value - firstLetter)] = value;
+        table[static_cast<std::size_t>('A' + value - firstLetter)] = value;
     }
     return table;
 }();
 
-/// Value of the two hexadecimal digits at `text`; negative if one of them is none.
-inline int hexPairValue(const char* text)
+/// Value of a hexadecimal digit of either case, or `notHexDigit`, which is negative.
+constexpr int hexDigitValue(char digit)
 {
-    std::uint16_t pair = 0;
-    std::memcpy(&pair, text, sizeof(pair));
-    return hexPairTable[pair];
+    return hexDigitTable[static_cast<unsigned char>(digit)];
+}
+
+/// Value of the two hexadecimal digits at `text`; negative if one of them is none.
+constexpr int hexPairValue(const char* text)
+{
+    return hexDigitValue(text[0]) * 16 | hexDigitValue(text[1]);
 }
 
 /// Whether the character ends a line of a HEX file.
 constexpr bool isLineEnd(char character)
 {
     return character == '\r' || character == '\n';
+}
+
+/// Decodes `count` pairs of hexadecimal digits into as many bytes at `out`, at most 1024. Returns
+/// the bytes' sum modulo 256, or nothing if a character was no digit; `out` holds nothing of use
+/// then.
+///
+/// Eight digits are decoded at once, each in a byte of a 64-bit word. As long as no character has
+/// its top bit set, adding 0x80 - N to each byte sets the top bits of those that are N or more,
+/// without a carry into the next byte.
+inline std::optional<std::uint8_t> decodeHexDigits(const char* text, std::size_t count,
+                                                   std::uint8_t* out)
+{
+    static_assert(std::endian::native == std::endian::little);
+    constexpr std::uint64_t each = 0x0101'0101'0101'0101;
+    constexpr auto from = [](std::uint64_t word, char least) {
+        return word + (0x80 - static_cast<std::uint64_t>(least)) * each;
+    };
+    constexpr std::size_t groupPairs = 4;
+    std::uint64_t areDigits = 0x80 * each; // by their top bits
+    std::uint64_t sums = 0;                // in four lanes of 16 bits
+    for (; count >= groupPairs; count -= groupPairs) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, text, sizeof(word));
+        const std::uint64_t lowered = word | 0x20 * each;
+        const std::uint64_t numerals = from(word, '0') & ~from(word, '9' + 1);
+        const std::uint64_t letters = from(lowered, 'a') & ~from(lowered, 'f' + 1);
+        areDigits &= (numerals | letters) & ~word;
+        // Letters have bit 6 set and are worth 9 more than their low four bits.
+        std::uint64_t values = (word & 0x0F * each) + 9 * (word >> 6 & each);
+        values = (values << 4 | values >> 8) & 0x00FF'00FF'00FF'00FF;
+        sums += values;
+        values = (values | values >> 8) & 0x0000'FFFF'0000'FFFF;
+        const auto packed = static_cast<std::uint32_t>(values | values >> 16);
+        std::memcpy(out, &packed, sizeof(packed));
+        text += 2 * groupPairs;
+        out += groupPairs;
+    }
+    int signs = 0;
+    for (; count != 0; --count) {
+        const int value = hexPairValue(text);
+        signs |= value;
+        sums += static_cast<std::uint8_t>(value);
+        *out++ = static_cast<std::uint8_t>(value);
+        text += 2;
+    }
+    if (areDigits != 0x80 * each || signs < 0) {
+        return std::nullopt;
+    }
+    return static_cast<std::uint8_t>(sums + (sums >> 16) + (sums >> 32) + (sums >> 48));
 }

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
-bool movedAll(ssize_t result, std::size_t wanted, const char* noneText)
+bool isCompleteTransfer(ssize_t result, std::size_t wanted, const char* noneText)
 {
     const int error = errno;
     if (result == 0) {

@@ -1,13 +1,13 @@
 #include "firmware/ArmFirmwareProgram.h"
 
 #include "app/AppException.h"
+#include "app/HardwareShield.h"
 #include "app/Progress.h"
-#include "base/Checksum.h"
 #include "base/FileDescriptor.h"
-#include "base/FileStream.h"
 #include "base/Transfer.h"
 #include "firmware/ImageFormat.h"
 #include "firmware/ImageReader.h"
+#include "firmware/ImageWriter.h"
 #include "firmware/IntelHexParser.h"
 
 #include <algorithm>
@@ -23,13 +23,12 @@ constexpr const char* hexExtension = ".hex";
 constexpr const char* conversionDirectory = "/var/volatile/";
 constexpr const char* programDevice = "/dev/arm-program";
 
-constexpr std::size_t imageStreamBufferSize = 65536;
-
 // Progress, in percent.
 constexpr int conversionStart = 1;
 constexpr int imageProgressStart = 1;     // of an image that was given
 constexpr int convertedProgressStart = 5; // of one that was converted
 constexpr int validationStep = 3;
+constexpr int completed = 100;
 
 std::string deriveImagePath(const std::string& hexPath, const std::string& outputDirectory)
 {
@@ -46,124 +45,83 @@ std::string deriveImagePath(const std::string& hexPath, const std::string& outpu
     return outputDirectory + hexPath.substr(slash + 1) + imageExtension;
 }
 
-void writeHeader(const ImagePacketHeader& header, std::FILE* image)
+/// Appends one packet per chunk of the HEX file to the image.
+void writePackets(IntelHexParser& parser, ImageWriter& image)
 {
-    std::fwrite(&header, sizeof(header), 1, image);
-}
-
-/// Writes one packet per chunk of the HEX file. Returns the first packet's header with the number
-/// of packets as its index, which is 0 if there was no data.
-ImagePacketHeader writeDataPackets(IntelHexParser& parser, std::FILE* image)
-{
-    ImagePacketHeader first{};
     ImagePacket packet{};
-    ImagePacketHeader& header = packet.header;
-    std::uint32_t packetsWritten = 0;
     bool more = true;
     while (more) {
-        more = parser.readNextChunk(packet.data.data(), header.address, header.dataLength);
-        if (header.dataLength == 0) {
-            continue;
+        more = parser.readNextChunk(packet.data.data(), packet.header.address,
+                                    packet.header.dataLength);
+        if (packet.header.dataLength != 0) {
+            image.append(packet);
         }
-        header.packetType = packetsWritten == 0 ? firstDataPacket : furtherDataPacket;
-        header.packetIndex = packetsWritten;
-        header.checksum = twosComplementChecksum(packet.data);
-        if (packetsWritten == 0) {
-            first = header;
-        }
-        writeHeader(header, image);
-        std::fwrite(packet.data.data(), packet.data.size(), 1, image);
-        ++packetsWritten;
     }
-    first.packetIndex = packetsWritten;
-    return first;
 }
 
-/// Appends the end marker and puts the packet count into the first header.
-void finishImage(const ImagePacketHeader& first, std::FILE* image)
-{
-    std::printf("Program bytes written: %i. Finishing file...\n",
-                static_cast<int>(first.packetIndex * imageChunkSize));
-    ImagePacketHeader endMarker{};
-    endMarker.packetType = endMarkerPacket;
-    writeHeader(endMarker, image);
-    std::fseek(image, 0, SEEK_SET);
-    writeHeader(first, image);
-}
-
-int convert(IntelHexParser& parser, std::FILE* image)
+int convert(IntelHexParser& parser, ImageWriter& image)
 {
     try {
-        const ImagePacketHeader first = writeDataPackets(parser, image);
-        if (first.packetIndex == 0) {
-            std::puts("No actual program data in file");
-            return -1;
-        }
-        finishImage(first, image);
-        return 0;
+        writePackets(parser, image);
     } catch (...) {
         printCurrentException();
         return -1;
     }
+    if (image.packetCount() == 0) {
+        std::puts("No actual program data in file");
+        return -1;
+    }
+    std::printf("Program bytes written: %i. Finishing file...\n",
+                static_cast<int>(image.packetCount() * imageChunkSize));
+    image.finish();
+    return 0;
 }
 
-/// Writes the current packet of the image to the device with one `write` and syncs it.
-bool sendPacket(const ImageReader& image, int device)
+/// Checks the packets behind the file header. Returns whether all are right.
+bool validatePackets(ImageReader& image)
 {
-    const ImagePacket& packet = image.current();
+    std::puts("Validating binary file...");
+    bool endSeen = false;
+    const bool areRight = image.walkPackets([&](const ImagePacket& packet, int /*number*/) {
+        endSeen = endSeen || packet.header.dataLength == 0;
+        return true;
+    });
+    if (areRight && !endSeen) {
+        std::puts("Binary stream does not contain end marker!");
+    }
+    return areRight && endSeen;
+}
+
+/// Writes one packet to the device with one `write` and syncs it.
+bool sendPacket(const ImagePacket& packet, int number, int device)
+{
     const std::size_t size = sizeof(packet.header) + packet.header.dataLength;
-    if (!movedAll(write(device, &packet, size), size, "No bytes written!")) {
-        std::printf("Failed writing to dev node at packet: %i\n",
-                    static_cast<int>(image.currentNumber()));
+    if (!isCompleteTransfer(write(device, &packet, size), size, "No bytes written!")) {
+        std::printf("Failed writing to dev node at packet: %i\n", number);
         return false;
     }
     fsync(device);
     return true;
 }
 
-/// Checks the whole image, from the packet behind the file header on.
-bool validateImage(ImageReader& image)
-{
-    std::puts("Validating binary file...");
-    bool endSeen = false;
-    for (;;) {
-        if (!image.readPacketData()) {
-            return false;
-        }
-        endSeen = endSeen || image.current().header.dataLength == 0;
-        if (image.atLastPacket()) {
-            break;
-        }
-        if (!image.readNextHeader()) {
-            return false;
-        }
-    }
-    if (!endSeen) {
-        std::puts("Binary stream does not contain end marker!");
-    }
-    return endSeen;
-}
-
 /// Sends every packet to the device, checking it once more on the way. `progress` is what has been
 /// reported so far.
-bool sendImage(ImageReader& image, int device, int progress)
+bool sendPackets(ImageReader& image, int device, int progress)
 {
     const int step =
-        static_cast<int>((100U - static_cast<unsigned int>(progress)) / image.packetCount());
-    for (;;) {
-        if (!image.readPacketData() || !sendPacket(image, device)) {
+        static_cast<int>(static_cast<unsigned int>(completed - progress) / image.packetCount());
+    const bool areSent = image.walkPackets([&](const ImagePacket& packet, int number) {
+        if (!sendPacket(packet, number, device)) {
             return false;
         }
         progress += step;
         reportProgress(progress);
-        if (image.atLastPacket()) {
-            reportProgress(100);
-            return true;
-        }
-        if (!image.readNextHeader()) {
-            return false;
-        }
+        return true;
+    });
+    if (areSent) {
+        reportProgress(completed);
     }
+    return areSent;
 }
 
 std::string toLower(std::string text)
@@ -188,14 +146,8 @@ int ArmFirmwareTask::run()
         std::puts("Failed to open hex firmware file");
         return -1;
     }
-    std::array<char, imageStreamBufferSize> buffer; // outlives the stream, which it serves
-    const FileStream image(std::fopen(binPath.c_str(), "wb"));
-    if (!image) {
-        std::puts("Failed to open binary firmware file");
-        return -1;
-    }
-    std::setvbuf(image.get(), buffer.data(), _IOFBF, buffer.size());
-    return convert(parser, image.get());
+    ImageWriter image;
+    return image.open(binPath) ? convert(parser, image) : -1;
 }
 
 ArmProgramTask::ArmProgramTask(const std::string& firmwareFile) : imagePath(firmwareFile)
@@ -204,6 +156,7 @@ ArmProgramTask::ArmProgramTask(const std::string& firmwareFile) : imagePath(firm
 
 int ArmProgramTask::run()
 {
+    shieldHardwareRun();
     if (imagePath.empty()) {
         std::puts("No file given");
         return -1;
@@ -231,7 +184,7 @@ int ArmProgramTask::programImage(const std::string& path, int progressStart) con
     reportProgress(progressStart);
     FileDescriptor device; // opened last, closed last
     ImageReader image;
-    if (!image.open(path) || !image.readFileHeader() || !validateImage(image)) {
+    if (!image.open(path) || !image.readFileHeader() || !validatePackets(image)) {
         return -1;
     }
     const int progress = progressStart + validationStep;
@@ -243,7 +196,7 @@ int ArmProgramTask::programImage(const std::string& path, int progressStart) con
         std::puts("Failed opening program interface");
         return -1;
     }
-    return sendImage(image, device.get(), progress) ? 0 : -1;
+    return sendPackets(image, device.get(), progress) ? 0 : -1;
 }
 
 /// Converts a HEX file and programs the resulting image, which is left behind. Returns 0 or -1.
@@ -255,5 +208,5 @@ int ArmProgramTask::convertAndProgram(const std::string& hexPath) const
     if (conversion.run() != 0) {
         return -1;
     }
-    return programImage(conversion.imagePath(), convertedProgressStart);
+    return programImage(conversion.outputPath(), convertedProgressStart);
 }

@@ -14,12 +14,13 @@ public:
 
     const char* name() const override { return "Intel HEX to binary"; }
 
-    /// Returns 0, or -1 after printing what failed. The image file is left as it is then: without
-    /// an end marker and without a count in its first header.
+    /// Returns 0, or -1 after printing what failed. An image that was begun is left as it is then:
+    /// without an end marker and without a count in its first header. An older image stays only if
+    /// the HEX file can't be opened.
     int run() override;
 
-    /// Path of the image that `run` writes.
-    const std::string& imagePath() const { return binPath; }
+    /// The image that `run` writes.
+    const std::string& outputPath() const { return binPath; }
 
 private:
     std::string hexPath;
@@ -35,7 +36,9 @@ public:
     const char* name() const override { return "arm-programming"; }
 
     /// Returns 0 when the co-processor was programmed, or -1 after printing what failed. Nothing
-    /// reaches the device before the whole image has passed its checks.
+    /// reaches the device before the whole image has passed its checks. From here on the process
+    /// survives its reader and its terminal. Passes on what the constructor of `ArmFirmwareTask`
+    /// throws.
     int run() override;
 
 private:

@@ -28,7 +28,7 @@ bool ImageReader::readFileHeader()
         return false;
     }
     packet.header = fileHeader;
-    packetNumber = 0;
+    packetIndex = 0;
     return true;
 }
 
@@ -36,44 +36,46 @@ void ImageReader::rewind()
 {
     lseek(image.get(), sizeof(ImagePacketHeader), SEEK_SET);
     packet.header = fileHeader;
-    packetNumber = 0;
+    packetIndex = 0;
 }
 
+/// Reads the data behind the current header with one `read` and checks the packet.
 bool ImageReader::readPacketData()
 {
     const ImagePacketHeader& header = packet.header;
     if (header.dataLength > packet.data.size()) {
-        return fail("Chunk size too big! P:%i\n");
+        std::printf("Chunk size too big! P:%i\n", packetNumber());
+        return false;
     }
     if (header.dataLength == 0) {
-        return header.packetType == endMarkerPacket || fail("Empty packet! P:%i\n");
+        if (header.packetType != endMarkerPacket) {
+            std::printf("Empty packet! P:%i\n", packetNumber());
+        }
+        return header.packetType == endMarkerPacket;
     }
     if (!readAll(packet.data.data(), header.dataLength)) {
-        return fail("Not enough actual data. P:%i\n");
+        std::printf("Not enough actual data. P:%i\n", packetNumber());
+        return false;
     }
     if (twosComplementChecksum({packet.data.data(), header.dataLength}) != header.checksum) {
-        return fail("Invalid checksum at packet: %i\n");
+        std::printf("Invalid checksum at packet: %i\n", packetNumber());
+        return false;
     }
     return true;
 }
 
+/// Reads the header of the next packet with one `read`.
 bool ImageReader::readNextHeader()
 {
     if (!readAll(&packet.header, sizeof(packet.header))) {
-        return fail("Unable to read packet header: %i\n");
+        std::printf("Unable to read packet header: %i\n", packetNumber());
+        return false;
     }
-    ++packetNumber;
+    ++packetIndex;
     return true;
 }
 
 bool ImageReader::readAll(void* buffer, std::size_t size) const
 {
-    return movedAll(read(image.get(), buffer, size), size, "No bytes read!");
-}
-
-/// Prints a text with the number of the current packet.
-bool ImageReader::fail(const char* format) const
-{
-    std::printf(format, static_cast<int>(packetNumber));
-    return false;
+    return isCompleteTransfer(read(image.get(), buffer, size), size, "No bytes read!");
 }

@@ -3,6 +3,7 @@
 #include "base/FileDescriptor.h"
 #include "firmware/ImageFormat.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -15,28 +16,42 @@ public:
     /// Reads and checks the header of the file, which is that of the first packet, too.
     bool readFileHeader();
 
-    /// Reads the data behind the current header with one `read` and checks the packet.
-    bool readPacketData();
-
-    /// Reads the header of the next packet with one `read`.
-    bool readNextHeader();
-
     /// Goes back to the first packet's data.
     void rewind();
 
     /// Data packets and end marker. 64 bits wide, since the header's count may be any number.
     std::uint64_t packetCount() const { return std::uint64_t{fileHeader.packetIndex} + 1; }
 
-    const ImagePacket& current() const { return packet; }
-    std::uint32_t currentNumber() const { return packetNumber; } ///< counted from 0
-    bool atLastPacket() const { return std::uint64_t{packetNumber} + 1 == packetCount(); }
+    /// Reads the rest of the image, from the first packet's data on: checks each packet and calls
+    /// `handle` with it and its number, counted from 0. A false result of `handle` ends the walk.
+    /// Returns whether all packets were read and handled.
+    template <class Handle>
+    bool walkPackets(Handle handle);
 
 private:
+    bool readPacketData();
+    bool readNextHeader();
     bool readAll(void* buffer, std::size_t size) const;
-    bool fail(const char* format) const;
+    int packetNumber() const { return static_cast<int>(packetIndex); } ///< as it is printed
 
     FileDescriptor image;
     ImagePacketHeader fileHeader{};
     ImagePacket packet{};
-    std::uint32_t packetNumber = 0;
+    std::uint32_t packetIndex = 0;
 };
+
+template <class Handle>
+bool ImageReader::walkPackets(Handle handle)
+{
+    for (;;) {
+        if (!readPacketData() || !handle(packet, packetNumber())) {
+            return false;
+        }
+        if (packetIndex + std::uint64_t{1} == packetCount()) {
+            return true;
+        }
+        if (!readNextHeader()) {
+            return false;
+        }
+    }
+}

@@ -1,6 +1,8 @@
 #include "firmware/IntelHexParser.h"
 
 #include "base/BigEndian.h"
+#include "base/Checksum.h"
+#include "base/IntelHex.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -9,21 +11,9 @@
 namespace {
 
 constexpr std::uint8_t unprogrammedByte = 0xFF;
-constexpr std::int32_t tooShortLine = 3; // characters, from the colon through the line feed
-constexpr std::uint32_t headerBytes = 4; // length, address (2), type
-constexpr std::uint32_t checksumBytes = 1;
-constexpr std::ptrdiff_t lineEndLength = 2; // a carriage return and a line feed
-constexpr std::uint8_t extendedLinearLength = 2;
-constexpr std::uint8_t startLinearLength = 4;
-
-enum RecordType : std::uint8_t {
-    dataRecord = 0,
-    endOfFileRecord = 1,
-    extendedSegmentAddressRecord = 2,
-    startSegmentAddressRecord = 3,
-    extendedLinearAddressRecord = 4,
-    startLinearAddressRecord = 5,
-};
+constexpr std::int32_t tooShortLine = 3;        // characters, from the colon through the line feed
+constexpr std::ptrdiff_t lineEndLength = 2;     // a carriage return and a line feed
+constexpr std::ptrdiff_t shortestPlainLine = 3; // a colon and the length
 
 } // namespace
 
@@ -50,16 +40,17 @@ bool IntelHexParser::readNextChunk(std::uint8_t* chunk, std::uint32_t& chunkAddr
     if (chunk == nullptr || !file || chunkSize == 0) {
         throw AppException("Invalid input!", __LINE__, __FILE__);
     }
+    const Chunk target{chunk, chunkAddress, chunkBytes};
     chunkBytes = 0;
     if (startKnown == 1) {
-        startChunkAtRunningAddress(chunkAddress);
+        startAtRunningAddress(target);
     }
     if (endSeen) {
         return false;
     }
     std::memset(chunk, unprogrammedByte, chunkSize);
     if (carryPending) {
-        placeCarriedData(chunk, chunkAddress, chunkBytes);
+        placeCarriedData(target);
     }
     while (chunkBytes < chunkSize && !parseBufferedLines(chunk, chunkAddress, chunkBytes)) {
         fillInputBuffer();
@@ -67,29 +58,30 @@ bool IntelHexParser::readNextChunk(std::uint8_t* chunk, std::uint32_t& chunkAddr
     return !endSeen;
 }
 
-void IntelHexParser::startChunkAtRunningAddress(std::uint32_t& chunkAddress) const
+void IntelHexParser::startAtRunningAddress(const Chunk& chunk) const
 {
-    chunkAddress = runningAddress;
+    chunk.address = runningAddress;
     if (runningAddress % chunkSize != 0) {
         throw AppException("Invalid line address", __LINE__, __FILE__);
     }
 }
 
-void IntelHexParser::placeCarriedData(std::uint8_t* chunk, std::uint32_t& chunkAddress,
-                                      std::uint32_t& chunkBytes)
+void IntelHexParser::placeCarriedData(const Chunk& chunk)
 {
     std::puts("Using remaining data from last line");
-    startChunkAtRunningAddress(chunkAddress);
-    const auto count = static_cast<std::uint32_t>(recordLength - carryOffset);
-    std::memcpy(chunk, recordData + carryOffset, count);
-    chunkBytes += count;
+    startAtRunningAddress(chunk);
+    const std::uint32_t count = recordLength - std::uint32_t{carryOffset};
+    std::copy_n(recordData + carryOffset, count, chunk.data);
+    chunk.bytes += count;
     runningAddress += count;
-    carryPending = false;
-    carryOffset = 0;
+    clearRecord();
 }
 
+/// Reads more text behind what has not been consumed, which goes to the front for that.
 void IntelHexParser::fillInputBuffer()
 {
+    std::memmove(inputBuffer.data(), inputBuffer.data() + inputStart, inputLength);
+    inputStart = 0;
     const std::size_t room = inputBuffer.size() - inputLength;
     if (room == 0) {
         throw AppException("Failed parsing any data lines and now out of buffer room. aborting",
@@ -106,64 +98,67 @@ void IntelHexParser::fillInputBuffer()
 }
 
 /// Cuts the complete lines out of the input buffer and applies them, up to the end of the chunk.
-/// Characters in front of a line's colon are passed over and consumed. Returns true when the chunk
+/// Characters in front of a line's colon are consumed with their line. Returns true when the chunk
 /// is complete or the end-of-file record has been met.
 bool IntelHexParser::parseBufferedLines(std::uint8_t* chunk, std::uint32_t& chunkAddress,
                                         std::uint32_t& chunkBytes)
 {
-    const char* position = inputBuffer.data();
-    const char* const end = position + inputLength;
-    while (position < end && chunkBytes < chunkSize) {
-        if (const std::uint32_t length = decodePlainLine(position, end); length != 0) {
-            position += length;
+    while (inputLength != 0 && chunkBytes < chunkSize) {
+        const char* const begin = inputBuffer.data() + inputStart;
+        const char* const end = begin + inputLength;
+        if (const char* const lineEnd = decodePlainLine(begin, end)) {
+            consume(lineEnd - begin);
             ++lineNumber;
-            applyRecord(chunk, chunkAddress, chunkBytes);
-        } else {
-            const Line line = findLine(position, end);
-            position = line.isComplete ? line.end : line.colon;
-            if (!line.isComplete) {
-                break;
-            }
+            applyRecord({chunk, chunkAddress, chunkBytes});
+        } else if (const Line line = findLine(begin, end); line.end != nullptr) {
+            consume(line.end - begin);
             parseLine(line.colon, static_cast<std::int32_t>(line.end - line.colon), chunk,
                       chunkAddress, chunkBytes);
+        } else {
+            break;
         }
         if (endSeen) {
             chunkBytes = chunkBytes != 0 ? chunkSize : 0;
             return true;
         }
     }
-    inputLength = static_cast<std::uint32_t>(end - position);
-    std::memmove(inputBuffer.data(), position, inputLength);
     return chunkBytes == chunkSize;
 }
 
-/// Decodes the line at the front of the text in one pass if it is as plain as lines are: a colon,
-/// just the digits that its length field announces, and a line end. Returns its number of
-/// characters, or 0 if it is anything else, which `findLine` and `parseLine` judge.
-std::uint32_t IntelHexParser::decodePlainLine(const char* line, const char* end)
+void IntelHexParser::consume(std::ptrdiff_t count)
 {
-    if (end - line <= tooShortLine || *line != ':') {
-        return 0;
+    inputStart += static_cast<std::size_t>(count);
+    inputLength -= static_cast<std::uint32_t>(count);
+}
+
+/// The fast path, for lines as tools write them: a colon, just the digits that the length field
+/// announces, and a line end. Decodes the line at the front of the text in one pass, without a
+/// search for colons and line feeds, which halves the processor time of a conversion. Returns
+/// the line's end, or null for any other line: those go to `parseLine`.
+const char* IntelHexParser::decodePlainLine(const char* line, const char* end)
+{
+    if (end - line < shortestPlainLine || *line != ':') {
+        return nullptr;
     }
     const char* const digits = line + 1;
     const int length = hexPairValue(digits);
-    if (length < 0) {
-        return 0;
+    const auto pairs =
+        static_cast<std::uint32_t>(length) + intelHexHeaderSize + intelHexChecksumSize;
+    if (length < 0 || end - digits < static_cast<std::ptrdiff_t>(2 * pairs) + lineEndLength) {
+        return nullptr;
     }
-    const std::uint32_t pairs = headerBytes + static_cast<std::uint32_t>(length) + checksumBytes;
-    if (end - digits < static_cast<std::ptrdiff_t>(2 * pairs) + lineEndLength) {
-        return 0;
-    }
-    const char* stop = digits + 2 * std::size_t{pairs};
+    const char* stop = digits + 2 * pairs;
     stop += *stop == '\r' ? 1 : 0;
-    if (*stop != '\n') {
-        return 0;
+    const auto sum = decodeHexDigits(digits, pairs, recordBytes.data());
+    if (*stop != '\n' || !sum) {
+        return nullptr;
     }
-    decodePairs(digits, pairs);
-    return recordByteCount == pairs ? static_cast<std::uint32_t>(stop + 1 - line) : 0;
+    recordByteCount = static_cast<std::uint32_t>(pairs);
+    recordSum = *sum;
+    return stop + 1;
 }
 
-/// Finds the next line, or the start of one that has not been read to its end yet.
+/// Finds the first line of the text. It has no end if it has not been read to its end yet.
 IntelHexParser::Line IntelHexParser::findLine(const char* begin, const char* end)
 {
     const char* const lineFeed = std::find(begin, end, '\n');
@@ -172,14 +167,14 @@ IntelHexParser::Line IntelHexParser::findLine(const char* begin, const char* end
         raiseParseError("Invalid file: Encountered ':' at least twice", __LINE__);
     }
     if (lineFeed == end) {
-        return {colon, end, false};
+        return {colon, nullptr};
     }
     ++lineNumber;
     if (colon == lineFeed) {
         std::printf("Warning: missed starting on line: %i\n", static_cast<int>(lineNumber));
         throw AppException("Missed starting marker!", __LINE__, __FILE__);
     }
-    return {colon, lineFeed + 1, true};
+    return {colon, lineFeed + 1};
 }
 
 /// Decodes, checks and applies one line, from its colon through its line feed.
@@ -189,130 +184,113 @@ void IntelHexParser::parseLine(const char* line, std::int32_t lineLength, std::u
     if (line == nullptr || chunk == nullptr || lineLength <= tooShortLine || *line != ':') {
         raiseParseError("Invalid input to parseLine!", __LINE__);
     }
+    clearRecord();
     hexToBytes(line + 1, static_cast<std::uint32_t>(lineLength - 1) / 2);
-    applyRecord(chunk, chunkAddress, chunkBytes);
+    applyRecord({chunk, chunkAddress, chunkBytes});
 }
 
-/// Decodes up to `pairs` pairs, at most as many as `recordBytes` holds, in front of the first that
-/// is not of two digits.
-void IntelHexParser::decodePairs(const char* text, std::uint32_t pairs)
+void IntelHexParser::clearRecord()
 {
-    std::uint32_t sum = 0;
-    int signs = 0;
-    for (std::uint32_t pair = 0; pair < pairs; ++pair) {
-        const int value = hexPairValue(text + 2 * std::size_t{pair});
-        signs |= value;
-        sum += static_cast<std::uint32_t>(value);
-        recordBytes[pair] = static_cast<std::uint8_t>(value);
-    }
-    recordByteCount = pairs;
-    recordSum = static_cast<std::uint8_t>(sum);
-    if (signs < 0) {
-        keepLeadingPairs(text);
-    }
-}
-
-void IntelHexParser::keepLeadingPairs(const char* text)
-{
+    carryPending = false;
+    carryOffset = 0;
     recordByteCount = 0;
-    recordSum = 0;
-    for (int value = hexPairValue(text); value >= 0; value = hexPairValue(text)) {
-        recordSum = static_cast<std::uint8_t>(recordSum + value);
-        ++recordByteCount;
-        text += 2;
+    recordLength = 0;
+    recordAddress = 0;
+    recordType = 0;
+    recordData = nullptr;
+    recordChecksum = 0;
+}
+
+void IntelHexParser::splitRecord()
+{
+    if (recordByteCount < intelHexHeaderSize) {
+        throw "Invalid line format. Not enough bytes";
+    }
+    recordLength = recordBytes[intelHexLengthOffset];
+    recordAddress = readBigEndian16(&recordBytes[intelHexAddressOffset]);
+    recordType = recordBytes[intelHexTypeOffset];
+    if (recordByteCount != intelHexHeaderSize + recordLength + intelHexChecksumSize) {
+        throw "Not enough data bytes in line";
+    }
+    recordData = &recordBytes[intelHexDataOffset];
+    recordChecksum = recordData[recordLength];
+}
+
+void IntelHexParser::checkRecordChecksum() const
+{
+    const auto sum = static_cast<std::uint8_t>(recordSum - recordChecksum);
+    if (twosComplement(sum) != recordChecksum) {
+        raiseParseError("Invalid checksum encountered in file", __LINE__);
     }
 }
 
 /// Checks the decoded record and does what its type says.
-void IntelHexParser::applyRecord(std::uint8_t* chunk, std::uint32_t& chunkAddress,
-                                 std::uint32_t& chunkBytes)
+void IntelHexParser::applyRecord(const Chunk& chunk)
 {
     splitRecord();
     checkRecordChecksum();
-    switch (recordType) {
-    case dataRecord:
-        placeData(chunk, chunkAddress, chunkBytes);
+    switch (static_cast<IntelHexType>(recordType)) {
+    case IntelHexType::data:
+        placeData(chunk);
         return;
-    case endOfFileRecord:
+    case IntelHexType::endOfFile:
         endSeen = true;
         return;
-    case extendedSegmentAddressRecord:
+    case IntelHexType::extendedSegmentAddress:
         raiseParseError("Extended segment address not supported", __LINE__);
-    case startSegmentAddressRecord:
+    case IntelHexType::startSegmentAddress:
         raiseParseError("Start segment address not supported", __LINE__);
-    case extendedLinearAddressRecord:
+    case IntelHexType::extendedLinearAddress:
         setUpperAddress();
         return;
-    case startLinearAddressRecord:
-        handleStartLinearAddress(chunkAddress);
+    case IntelHexType::startLinearAddress:
+        handleStartLinearAddress();
         return;
     default:
         raiseParseError("Unknown line format in file", __LINE__);
     }
 }
 
-void IntelHexParser::splitRecord()
-{
-    if (recordByteCount < headerBytes) {
-        throw "Invalid line format. Not enough bytes";
-    }
-    recordLength = recordBytes[0];
-    recordAddress = readBigEndian16(&recordBytes[1]);
-    recordType = recordBytes[3];
-    if (recordByteCount - headerBytes != recordLength + checksumBytes) {
-        throw "Not enough data bytes in line";
-    }
-    recordData = recordBytes.data() + headerBytes;
-}
-
-/// The checksum makes all bytes of the record add up to 0 modulo 256.
-void IntelHexParser::checkRecordChecksum() const
-{
-    if (recordSum != 0) {
-        raiseParseError("Invalid checksum encountered in file", __LINE__);
-    }
-}
-
 void IntelHexParser::setUpperAddress()
 {
-    if (recordLength != extendedLinearLength) {
+    if (recordLength != extendedLinearAddressSize) {
         raiseParseError("Invalid data", __LINE__);
     }
     upperAddress = std::uint32_t{readBigEndian16(recordData)} << 16;
 }
 
-/// Only a start address in front of all data counts; it is the start address of the first chunk.
-void IntelHexParser::handleStartLinearAddress(std::uint32_t& chunkAddress)
+/// The entry point in front of all data is kept only until the first data record tells where the
+/// image starts.
+void IntelHexParser::handleStartLinearAddress()
 {
     if (startKnown == 1) {
         std::printf("Already handled SLAR: :%02x%04x\n", recordLength, recordAddress);
         return;
     }
-    if (recordLength != startLinearLength) {
+    if (recordLength != startLinearAddressSize) {
         raiseParseError("Invalid data", __LINE__);
     }
     runningAddress = readBigEndian32(recordData);
     startKnown = 1;
-    chunkAddress = runningAddress;
 }
 
-void IntelHexParser::placeData(std::uint8_t* chunk, std::uint32_t& chunkAddress,
-                               std::uint32_t& chunkBytes)
+void IntelHexParser::placeData(const Chunk& chunk)
 {
     const std::uint32_t address = upperAddress | recordAddress;
-    if (startKnown != 1) {
+    if (!dataSeen) {
         runningAddress = address;
         startKnown = 1;
-        chunkAddress = address;
+        chunk.address = address;
+        dataSeen = true;
     }
-    const std::uint32_t offset = address - chunkAddress;
+    const std::uint32_t offset = address - chunk.address;
     if (static_cast<std::int32_t>(offset) < 0) {
         std::puts("Address moved backwards");
         raiseParseError("Not currently handled backward jumping", __LINE__);
     }
     if (offset >= chunkSize) {
         std::puts("This write has jumped too far beyond our chunk.");
-        chunkBytes = chunkSize;
+        chunk.bytes = chunkSize;
         carryPending = true;
         runningAddress = address;
         return;
@@ -323,8 +301,8 @@ void IntelHexParser::placeData(std::uint8_t* chunk, std::uint32_t& chunkAddress,
         carryPending = true;
         carryOffset = static_cast<std::uint8_t>(count);
     }
-    std::copy_n(recordData, count, chunk + offset);
-    chunkBytes = offset + count;
+    std::copy_n(recordData, count, chunk.data + offset);
+    chunk.bytes = offset + count;
     runningAddress += count;
 }
 

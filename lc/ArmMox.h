@@ -4,7 +4,8 @@
 
 namespace ArmMox {
 
-/// State of one keypad LED. The library gives the values their meaning; 0 is off and 1 is on.
+/// State of one keypad LED. The library gives the values their meaning; the tool prints them and
+/// sets 0 or 1, as the sonde is off or on.
 enum LedStates : std::int32_t {};
 
 } // namespace ArmMox

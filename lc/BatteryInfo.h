@@ -4,7 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-/// What the library knows of one battery pack; 52 bytes, little-endian. The texts end with a NUL.
+/// What the library knows of one battery pack; 52 bytes, little-endian. A NUL ends a text that does
+/// not fill its field.
 struct BatteryInfoRecord {
     std::uint8_t notUsed0[6];
     std::uint16_t packType; ///< a character code

@@ -54,6 +54,8 @@ public:
     static bool GetKeyPadState(std::vector<bool>& keys, std::vector<ArmMox::LedStates>& leds);
     static bool GetReelState(CountMode& mode, int& count, bool& sondeState, bool& atexMode);
     static bool GetBatInfo(bat_info_to_ui& info);
+
+    /// What the magnetic sensor reports, as a truth value; not whether the call succeeded.
     static bool GetMagSensorState();
 
     static bool SetReelOverlay(ReelOverlayCtrlType control);

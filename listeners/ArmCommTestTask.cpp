@@ -27,25 +27,43 @@ enum Register : std::uint8_t {
 constexpr int maxPageSize = 128;
 constexpr int bufferSize = 1024;
 
-using Buffer = std::array<unsigned char, bufferSize>;
-
 struct StatusRegister {
     Register number;
-    const char* format;
+    const char* label;
 };
 
 constexpr std::array<StatusRegister, 8> statusRegisters{{
-    {errorStatus, "Read Error Status: %02X\n"},
-    {deviceVersion, "Read Device Version: %02X\n"},
-    {firmwareVersion, "Read Firmware Version: %02X\n"},
-    {controlStatus, "Read Control/Status: %02X\n"},
-    {majorVersion, "Read Major Vs: %02X\n"},
-    {minorVersion, "Read Minor Vs: %02X\n"},
-    {authDeviceId, "Read Auth Dev Id: %02X\n"},
-    {controlStatus, "Read Auth Control/Status: %02X\n"},
+    {errorStatus, "Read Error Status"},
+    {deviceVersion, "Read Device Version"},
+    {firmwareVersion, "Read Firmware Version"},
+    {controlStatus, "Read Control/Status"},
+    {majorVersion, "Read Major Vs"},
+    {minorVersion, "Read Minor Vs"},
+    {authDeviceId, "Read Auth Dev Id"},
+    {controlStatus, "Read Auth Control/Status"},
 }};
 
-void writeStatus(Buffer& buffer)
+/// One pass through the chip's registers, with what the last read left behind.
+class ReadOut {
+public:
+    void writeStatus();
+    void printStatusRegisters();
+
+    /// Returns the status of the task.
+    int readCertificate();
+
+private:
+    bool read(std::uint8_t reg, int size)
+    {
+        return MoxArmControl::Ipad_Auth_Chip_Rx(reg, buffer.data(), size, &count);
+    }
+    int readPages(int length);
+
+    std::array<unsigned char, bufferSize> buffer{};
+    int count = 0; ///< bytes that the last read returned
+};
+
+void ReadOut::writeStatus()
 {
     std::puts("Writing Status Byte");
     buffer[0] = 0;
@@ -53,49 +71,17 @@ void writeStatus(Buffer& buffer)
 }
 
 /// A register that can't be read shows what the read before it left in the buffer.
-void printStatusRegisters(Buffer& buffer)
+void ReadOut::printStatusRegisters()
 {
     for (const StatusRegister& reg : statusRegisters) {
-        int count = 0;
-        MoxArmControl::Ipad_Auth_Chip_Rx(reg.number, buffer.data(), 1, &count);
-        std::printf(reg.format, buffer[0]);
+        read(reg.number, 1);
+        std::printf("%s: %02X\n", reg.label, buffer[0]);
     }
 }
 
-/// Fetches a certificate of `length` bytes. Returns the status of the task.
-int readCertificate(Buffer& buffer, int length)
+int ReadOut::readCertificate()
 {
-    std::uint8_t reg = certificateData;
-    int remaining = length;
-    while (remaining > 0) {
-        const int page = std::min(remaining, maxPageSize);
-        std::printf("[MFI] Cert try to read %d bytes\n", page);
-        int count = 0;
-        if (!MoxArmControl::Ipad_Auth_Chip_Rx(reg, buffer.data(), page, &count)) {
-            std::puts("Ipad_Auth_Chip_Rx() Failed.");
-            return -1;
-        }
-        if (count <= 0) {
-            std::puts("[MFI] Auth failed reading");
-            return -1;
-        }
-        std::printf("[MFI] Was able to fetch %d of %d bytes\n", count, page);
-        ++reg;
-        remaining -= count;
-    }
-    return 0;
-}
-
-} // namespace
-
-int ArmCommTestTask::run()
-{
-    Buffer buffer{};
-    writeStatus(buffer);
-    printStatusRegisters(buffer);
-
-    int count = 0;
-    if (!MoxArmControl::Ipad_Auth_Chip_Rx(certificateLength, buffer.data(), 2, &count)) {
+    if (!read(certificateLength, 2)) {
         std::puts("Ipad Auth Read Fail");
         return 0;
     }
@@ -110,5 +96,37 @@ int ArmCommTestTask::run()
     }
     std::printf("Read Certificate Length: %d\n", length);
     buffer.fill(0);
-    return readCertificate(buffer, length);
+    return readPages(length);
+}
+
+int ReadOut::readPages(int length)
+{
+    std::uint8_t reg = certificateData;
+    int remaining = length;
+    while (remaining > 0) {
+        const int page = std::min(remaining, maxPageSize);
+        std::printf("[MFI] Cert try to read %d bytes\n", page);
+        if (!read(reg, page)) {
+            std::puts("Ipad_Auth_Chip_Rx() Failed.");
+            return -1;
+        }
+        if (count <= 0) { // a negative one would never end the loop
+            std::puts("[MFI] Auth failed reading");
+            return -1;
+        }
+        std::printf("[MFI] Was able to fetch %d of %d bytes\n", count, page);
+        ++reg;
+        remaining -= count;
+    }
+    return 0;
+}
+
+} // namespace
+
+int ArmCommTestTask::run()
+{
+    ReadOut readOut;
+    readOut.writeStatus();
+    readOut.printStatusRegisters();
+    return readOut.readCertificate();
 }

@@ -101,10 +101,9 @@ enum ActionKey : std::int32_t {
 constexpr std::int32_t actingState = 0;
 constexpr std::size_t sondeLed = 3;
 
-void handleKeyEvents(RecordListener& listener, const ArmEntries& entries)
+void handleKeyEvents(RecordListener& listener, const ArmEntries<KeyEvent>& entries)
 {
-    for (std::size_t i = 0; i < entries.count(); ++i) {
-        const auto event = entries.at<KeyEvent>(i);
+    for (const auto event : entries) {
         std::printf("Key: %i state: %i time: %i\n", event.key, event.state, event.time);
         static_cast<ArmEventTestTask&>(listener).performKeyAction(event.key, event.state);
     }
@@ -124,10 +123,9 @@ void printFaultCode(std::uint32_t faults)
     }
 }
 
-void handleKeyValueEvents(RecordListener& listener, const ArmEntries& entries)
+void handleKeyValueEvents(RecordListener& listener, const ArmEntries<KeyValueEvent>& entries)
 {
-    for (std::size_t i = 0; i < entries.count(); ++i) {
-        const auto event = entries.at<KeyValueEvent>(i);
+    for (const auto event : entries) {
         switch (event.key) {
         case magneticSensorValue:
             std::printf("Magnetic sensor: %s\n", event.value != 0 ? "Close" : "Open");
@@ -160,15 +158,15 @@ void printBattery(const BatteryEventBlock& battery)
                 wide(battery.chrg_time));
 }
 
-void handleBatteryEvents(RecordListener& /*listener*/, const ArmEntries& entries)
+void handleBatteryEvents(RecordListener& /*listener*/,
+                         const ArmEntries<BatteryEventRecord>& entries)
 {
-    if (entries.count() == 0) {
+    if (entries.empty()) {
         std::puts("Error Dumping Bat Events. No Records");
     }
     bat_info_to_ui scratch{};
     MoxArmControl::GetBatInfo(scratch);
-    for (std::size_t i = 0; i < entries.count(); ++i) {
-        const auto record = entries.at<BatteryEventRecord>(i);
+    for (const auto record : entries) {
         std::puts("Right Battery information");
         printBattery(record.right);
         std::puts("Left Battery information");
@@ -176,22 +174,21 @@ void handleBatteryEvents(RecordListener& /*listener*/, const ArmEntries& entries
     }
 }
 
-void handleDlsEvents(RecordListener& /*listener*/, const ArmEntries& entries)
+void handleDlsEvents(RecordListener& /*listener*/, const ArmEntries<DlsEvent>& entries)
 {
-    if (entries.count() == 0) {
+    if (entries.empty()) {
         std::puts("Error Dumping DLS Events. No Records");
     }
-    for (std::size_t i = 0; i < entries.count(); ++i) {
-        const auto event = entries.at<DlsEvent>(i);
+    for (const auto event : entries) {
         std::printf("id:%i\nstate:%lu\n", event.id, static_cast<unsigned long>(event.state));
     }
 }
 
 constexpr std::array<RecordListener::Handler, 4> handlers{{
-    {keyEventTag, sizeof(KeyEvent), handleKeyEvents},
-    {keyValueEventTag, sizeof(KeyValueEvent), handleKeyValueEvents},
-    {batteryEventTag, sizeof(BatteryEventRecord), handleBatteryEvents},
-    {dlsEventTag, sizeof(DlsEvent), handleDlsEvents},
+    RecordListener::handlerOf<KeyEvent, handleKeyEvents>(keyEventTag),
+    RecordListener::handlerOf<KeyValueEvent, handleKeyValueEvents>(keyValueEventTag),
+    RecordListener::handlerOf<BatteryEventRecord, handleBatteryEvents>(batteryEventTag),
+    RecordListener::handlerOf<DlsEvent, handleDlsEvents>(dlsEventTag),
 }};
 
 constexpr RecordListener::Channel eventChannel{"/dev/arm-events", "[Video] Arm-event read error",

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <vector>
 
-/// Listens on /dev/arm-events: prints key presses, magnetic sensor, counter, fault codes, battery
-/// and DLS records. The release of some keys acts on reel, sonde and display.
+/// Listens on /dev/arm-events: prints keys, magnetic sensor, counter, fault codes, battery and DLS
+/// records. Some keys, when reported with state 0, act on reel, sonde and display.
 class ArmEventTestTask : public RecordListener {
 public:
     ArmEventTestTask();

@@ -41,29 +41,47 @@ static_assert(sizeof(DataEntry) == 260);
 static_assert(offsetof(DataEntry, length) == 0);
 static_assert(offsetof(DataEntry, data) == 4);
 
-/// The whole entries of a record's payload, all of them inside the block.
+/// The whole entries of a record's payload, for a range-based `for`. Each entry is copied out,
+/// since the block gives no alignment.
+template <class Entry>
 class ArmEntries {
+    static_assert(std::is_trivially_copyable_v<Entry>);
+
 public:
-    ArmEntries(std::span<const std::byte> payload, std::size_t bytesPerEntry)
-        : bytes(payload), entrySize(bytesPerEntry)
+    class Iterator {
+    public:
+        explicit Iterator(const std::byte* firstByte) : position(firstByte) {}
+
+        Entry operator*() const
+        {
+            Entry entry;
+            std::memcpy(&entry, position, sizeof(Entry));
+            return entry;
+        }
+
+        Iterator& operator++()
+        {
+            position += sizeof(Entry);
+            return *this;
+        }
+
+        bool operator==(const Iterator&) const = default;
+
+    private:
+        const std::byte* position;
+    };
+
+    explicit ArmEntries(std::span<const std::byte> payload)
+        : bytes(payload.first(payload.size() / sizeof(Entry) * sizeof(Entry)))
     {
     }
 
-    std::size_t count() const { return bytes.size() / entrySize; }
-
-    /// Entry number `index`, which is below `count()`. `Entry` has the entry size.
-    template <class Entry>
-    Entry at(std::size_t index) const
-    {
-        static_assert(std::is_trivially_copyable_v<Entry>);
-        Entry entry;
-        std::memcpy(&entry, bytes.subspan(index * entrySize, sizeof(Entry)).data(), sizeof(Entry));
-        return entry;
-    }
+    bool empty() const { return bytes.empty(); }
+    Iterator begin() const { return Iterator(bytes.data()); }
+    Iterator end() const { return Iterator(bytes.data() + bytes.size()); }
 
 private:
     std::span<const std::byte> bytes;
-    std::size_t entrySize;
 };
 
 /// One record of a block: its tag and as much of its payload as lies inside the block.
@@ -72,7 +90,11 @@ struct ArmRecord {
     std::span<const std::byte> payload;
     bool cutShort; ///< the record runs past the end of the block
 
-    ArmEntries entries(std::size_t entrySize) const { return {payload, entrySize}; }
+    template <class Entry>
+    ArmEntries<Entry> entries() const
+    {
+        return ArmEntries<Entry>(payload);
+    }
 };
 
 /// Walks the records of a block. A record counts when its header and at least one byte behind it

@@ -10,19 +10,19 @@ void printUnknown(std::uint32_t tag)
     std::printf("Unknown sensor data: 0x%08X\n", tag);
 }
 
-void handleGpsData(RecordListener& /*listener*/, const ArmEntries& entries)
+void handleGpsData(RecordListener& /*listener*/, const ArmEntries<DataEntry>& entries)
 {
-    if (entries.count() == 0) {
+    if (entries.empty()) {
         printUnknown(gpsDataTag);
     }
-    for (std::size_t i = 0; i < entries.count(); ++i) {
-        std::printf("Gps Data Recv. Len = %d\n", entries.at<DataEntry>(i).length);
+    for (const auto entry : entries) {
+        std::printf("Gps Data Recv. Len = %d\n", entry.length);
         std::puts("Gonna do some GPS parsing soon.");
     }
 }
 
 constexpr std::array<RecordListener::Handler, 1> handlers{{
-    {gpsDataTag, sizeof(DataEntry), handleGpsData},
+    RecordListener::handlerOf<DataEntry, handleGpsData>(gpsDataTag),
 }};
 
 constexpr RecordListener::Channel sensorChannel{"/dev/arm-sensors", "Arm-sensor read error",

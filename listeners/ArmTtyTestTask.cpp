@@ -1,17 +1,18 @@
 #include "listeners/ArmTtyTestTask.h"
 
+#include "base/Readiness.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdio>
 #include <fcntl.h>
 #include <span>
-#include <sys/select.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr const char* ttyDevice = "/dev/ttyARM0";
-constexpr time_t timeoutSeconds = 1;
+constexpr int timeoutSeconds = 1;
 constexpr unsigned int pauseSeconds = 1; // lets bytes gather into one read
 constexpr std::size_t bufferSize = 4096;
 constexpr std::size_t bytesPerLine = 16;
@@ -34,7 +35,7 @@ void printBytes(std::span<const unsigned char> bytes)
 
 int ArmTtyTestTask::run()
 {
-    fd = open(ttyDevice, O_RDWR | O_NONBLOCK);
+    fd = openForWaiting(ttyDevice, O_RDWR | O_NONBLOCK);
     if (fd == -1) {
         std::printf("Failed opening %s\n", ttyDevice);
         return -1;
@@ -47,12 +48,8 @@ int ArmTtyTestTask::run()
 
 void ArmTtyTestTask::listen()
 {
-    fd_set readSet;
-    FD_ZERO(&readSet);
     for (;;) {
-        FD_SET(fd, &readSet);
-        timeval timeout{.tv_sec = timeoutSeconds, .tv_usec = 0};
-        if (select(fd + 1, &readSet, nullptr, nullptr, &timeout) == 0) {
+        if (waitForReading(fd, timeoutSeconds) == Readiness::timedOut) {
             std::puts("Timed out waiting for BT TTY data");
             continue;
         }

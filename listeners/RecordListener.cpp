@@ -1,11 +1,11 @@
 #include "listeners/RecordListener.h"
 
+#include "base/Readiness.h"
 #include "listeners/BlockDump.h"
 
 #include <array>
 #include <cstdio>
 #include <fcntl.h>
-#include <sys/select.h>
 #include <unistd.h>
 
 namespace {
@@ -14,17 +14,11 @@ constexpr useconds_t pauseMicroseconds = 100'000; // lets records gather into on
 
 bool RecordListener::openDevice()
 {
-    fd = open(channel.device, O_RDONLY | O_NONBLOCK);
+    fd = openForWaiting(channel.device, O_RDONLY | O_NONBLOCK);
     if (fd == -1) {
         std::printf("Failed openinig %s\n", channel.device);
     }
     return fd != -1;
-}
-
-void RecordListener::closeDevice()
-{
-    close(fd);
-    fd = -1;
 }
 
 int RecordListener::listen()
@@ -33,7 +27,7 @@ int RecordListener::listen()
     FD_ZERO(&readSet);
     FD_SET(fd, &readSet);
     for (;;) {
-        if (select(fd + 1, &readSet, nullptr, nullptr, nullptr) == 0) {
+        if (selectForReading(fd, readSet, nullptr) == Readiness::timedOut) {
             std::puts("Select timed out");
             break;
         }
@@ -42,7 +36,8 @@ int RecordListener::listen()
             break;
         }
     }
-    closeDevice();
+    close(fd);
+    fd = -1;
     return 0;
 }
 
@@ -83,7 +78,7 @@ void RecordListener::handleRecord(const ArmRecord& record)
 {
     for (const Handler& handler : channel.handlers) {
         if (handler.tag == record.tag) {
-            handler.handle(*this, record.entries(handler.entrySize));
+            handler.handle(*this, record);
             return;
         }
     }

@@ -10,12 +10,21 @@
 /// hands each record's entries to the handler that the channel's table names for its tag.
 class RecordListener : public Task {
 public:
-    /// What to do with the records of one tag. The handler gets the whole entries, perhaps none.
+    /// What to do with the records of one tag.
     struct Handler {
         std::uint32_t tag;
-        std::size_t entrySize; ///< bytes
-        void (*handle)(RecordListener& listener, const ArmEntries& entries);
+        void (*handle)(RecordListener& listener, const ArmRecord& record);
     };
+
+    /// The row of a channel's table for records of `tag`, whose entries are of type `Entry`;
+    /// `handle` gets the whole ones, perhaps none.
+    template <class Entry, void (*handle)(RecordListener&, const ArmEntries<Entry>&)>
+    static constexpr Handler handlerOf(std::uint32_t tag)
+    {
+        return {tag, [](RecordListener& listener, const ArmRecord& record) {
+                    handle(listener, record.entries<Entry>());
+                }};
+    }
 
     struct Channel {
         const char* device;
@@ -43,7 +52,6 @@ private:
     bool readBlock();
     void handleRecords(std::span<const std::byte> block);
     void handleRecord(const ArmRecord& record);
-    void closeDevice();
 
     const Channel& channel;
     int fd = -1;

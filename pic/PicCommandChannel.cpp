@@ -1,11 +1,11 @@
 #include "pic/PicCommandChannel.h"
 
+#include "base/Readiness.h"
 #include "pic/PicGlobals.h"
 
 #include <array>
 #include <cstdio>
 #include <fcntl.h>
-#include <sys/select.h>
 #include <unistd.h>
 
 using lc::MoxArmControl;
@@ -15,13 +15,14 @@ namespace {
 constexpr const char* commDevice = "/dev/arm-comms";
 constexpr int replyTimeoutSeconds = 1;
 constexpr std::size_t drainSize = 10;
+constexpr int maxEmptyReads = 100; // in a row, while draining
 
 constexpr std::uint8_t upToDateStatus = 0xFE;
 
-PicUpdateErr checkEntries(const ArmEntries& entries, PicResponseCheck check)
+PicUpdateErr checkEntries(const ArmEntries<DataEntry>& entries, PicResponseCheck check)
 {
-    for (std::size_t i = 0; i < entries.count(); ++i) {
-        const PicUpdateErr result = check(entries.at<DataEntry>(i));
+    for (const auto entry : entries) {
+        const PicUpdateErr result = check(entry);
         if (result != PicErrNone) {
             return result;
         }
@@ -41,7 +42,7 @@ PicUpdateErr checkReplyBlock(std::span<const std::byte> block, PicResponseCheck 
         if (record->cutShort) {
             return PicErrBadData;
         }
-        const PicUpdateErr result = checkEntries(record->entries(sizeof(DataEntry)), check);
+        const PicUpdateErr result = checkEntries(record->entries<DataEntry>(), check);
         if (result != PicErrNone) {
             return result;
         }
@@ -68,19 +69,22 @@ PicUpdateErr checkPicResponse(const DataEntry& entry)
 
 bool PicCommandChannel::open()
 {
-    ArmCommFd.reset(::open(commDevice, O_RDONLY | O_NONBLOCK));
+    ArmCommFd.reset(openForWaiting(commDevice, O_RDONLY | O_NONBLOCK));
     if (!ArmCommFd.isOpen()) {
         std::printf("Failed opening %s\n", commDevice);
     }
     return ArmCommFd.isOpen();
 }
 
-/// Ends at the end of file too, where a device would stay readable for ever.
+/// A device at its end of file can be read for ever, so empty reads are counted.
 void PicCommandChannel::drain() const
 {
     std::array<std::byte, drainSize> discarded;
     int count = 0;
-    while (readArmComm(discarded.data(), discarded.size(), count, 0) == PicErrNone && count > 0) {
+    int emptyReads = 0;
+    while (emptyReads < maxEmptyReads &&
+           readArmComm(discarded.data(), discarded.size(), count, 0) == PicErrNone) {
+        emptyReads = count == 0 ? emptyReads + 1 : 0;
     }
 }
 
@@ -129,16 +133,13 @@ PicUpdateErr PicCommandChannel::readArmComm(std::byte* buffer, std::size_t size,
     if (fd == -1) {
         return PicErrNotOpened;
     }
-    fd_set readSet;
-    FD_ZERO(&readSet);
-    FD_SET(fd, &readSet);
-    timeval timeout{.tv_sec = seconds, .tv_usec = 0};
-    const int ready = select(fd + 1, &readSet, nullptr, nullptr, &timeout);
-    if (ready == -1) {
+    switch (waitForReading(fd, seconds)) {
+    case Readiness::failed:
         return PicErrWait;
-    }
-    if (ready == 0) {
+    case Readiness::timedOut:
         return PicErrTimeout;
+    case Readiness::ready:
+        break;
     }
     count = static_cast<int>(read(fd, buffer, size));
     return count < 0 ? PicErrFileRead : PicErrNone;

@@ -25,7 +25,8 @@ public:
     bool open();
     void close() { ArmCommFd.close(); }
 
-    /// Reads and throws away what is waiting. Never fails.
+    /// Reads and throws away what is waiting, until there is nothing more, a wait or read fails, or
+    /// 100 reads in a row have brought nothing. Prints nothing.
     void drain() const;
 
     /// Sends a command with its payload, perhaps empty, and waits up to a second for the answer.

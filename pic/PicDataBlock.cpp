@@ -1,8 +1,10 @@
 #include "pic/PicDataBlock.h"
 
+#include "base/BigEndian.h"
 #include "base/Checksum.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -20,20 +22,16 @@ void fillRow(std::span<std::uint8_t> row, std::size_t used)
 
 } // namespace
 
-std::span<std::uint8_t> PicDataBlock::row(std::size_t index)
+bool PicDataBlock::isNextAddress(std::uint32_t address) const
 {
-    return std::span(payload.rows).subspan(index * picRowSize, picRowSize);
+    const auto offset = static_cast<std::uint32_t>(rowCount * picRowSize);
+    return isEmpty() || address == readBigEndian32(payload.address.data()) + offset;
 }
 
 void PicDataBlock::addRow(std::uint32_t address, std::span<const std::uint8_t> data)
 {
-    if (data.size() > picRowSize) {
-        throw "Program row of more than 16 bytes";
-    }
     if (isEmpty()) {
-        payload.address = {
-            static_cast<std::uint8_t>(address >> 24), static_cast<std::uint8_t>(address >> 16),
-            static_cast<std::uint8_t>(address >> 8), static_cast<std::uint8_t>(address)};
+        writeBigEndian32(payload.address.data(), address);
     }
     const std::span<std::uint8_t> target = row(rowCount);
     std::copy(data.begin(), data.end(), target.begin());
@@ -41,17 +39,18 @@ void PicDataBlock::addRow(std::uint32_t address, std::span<const std::uint8_t> d
     ++rowCount;
 }
 
-void PicDataBlock::fillUp()
+std::span<std::uint8_t> PicDataBlock::close(bool swapsWords)
 {
-    for (; !isFull(); ++rowCount) {
-        fillRow(row(rowCount), 0);
+    for (std::size_t i = rowCount; i < picRowsPerBlock; ++i) {
+        fillRow(row(i), 0);
     }
-}
-
-void PicDataBlock::close()
-{
     payload.checksum =
         twosComplementChecksum(bytes().first(offsetof(PicDataBlockPayload, checksum)));
+    if (swapsWords) {
+        swapWords();
+    }
+    rowCount = 0;
+    return bytes();
 }
 
 void PicDataBlock::swapWords()
@@ -61,6 +60,11 @@ void PicDataBlock::swapWords()
             std::swap(payload.rows[i], payload.rows[i + 1]);
         }
     }
+}
+
+std::span<std::uint8_t> PicDataBlock::row(std::size_t index)
+{
+    return std::span(payload.rows).subspan(index * picRowSize, picRowSize);
 }
 
 std::span<std::uint8_t> PicDataBlock::bytes()

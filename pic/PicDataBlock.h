@@ -20,33 +20,30 @@ static_assert(offsetof(PicDataBlockPayload, rows) == 4);
 static_assert(offsetof(PicDataBlockPayload, checksum) == 68);
 
 /// Collects program rows into the payload of a data block command. Only the first row's address is
-/// kept: the others are expected to follow it.
+/// kept: the others are taken to follow it.
 class PicDataBlock {
 public:
-    /// Adds a row of 1 to 16 bytes to a block that is not full. A shorter row is completed with the
-    /// filler. Throws a constant string if the row is too long.
+    /// Whether a row at `address` would lie where the block puts it: at the block's address plus 16
+    /// for each row in it. Any address will do for an empty block.
+    bool isNextAddress(std::uint32_t address) const;
+
+    /// Adds a row of at most 16 bytes to a block that is not full. A shorter row is completed with
+    /// the filler.
     void addRow(std::uint32_t address, std::span<const std::uint8_t> data);
 
     bool isEmpty() const { return rowCount == 0; }
     bool isFull() const { return rowCount == picRowsPerBlock; }
 
-    /// Fills the rows that are left with the filler.
-    void fillUp();
-
-    /// Computes the checksum, which ends the collecting of rows.
-    void close();
-
-    /// Turns every word 3F FF of the data into FF 3F. The checksum stays right.
-    void swapWords();
-
-    /// Starts over with an empty block.
-    void clear() { rowCount = 0; }
-
-    /// The 69 bytes of the payload.
-    std::span<std::uint8_t> bytes();
+    /// Ends the block: fills the rows that are left with the filler and computes the checksum; with
+    /// `swapsWords` every word 3F FF of the data is turned into FF 3F, which leaves the checksum
+    /// right. Hands out the 69 bytes of the payload, which stay valid until the next row is added
+    /// to the block, now empty.
+    std::span<std::uint8_t> close(bool swapsWords);
 
 private:
     std::span<std::uint8_t> row(std::size_t index);
+    std::span<std::uint8_t> bytes();
+    void swapWords();
 
     PicDataBlockPayload payload{};
     std::size_t rowCount = 0;

@@ -1,5 +1,7 @@
 #include "pic/PicFileName.h"
 
+#include "pic/PicDevice.h"
+
 #include <cstdlib>
 #include <cstring>
 
@@ -10,21 +12,13 @@ namespace {
 constexpr std::size_t maxNameLength = 199;
 constexpr const char* debuggingName = "&*%PROBE&*%";
 
-struct OrvelToken {
-    const char* text;
-    MoxArmControl::PicUpdateDevType device;
-};
-
-constexpr std::array<OrvelToken, 3> orvelTokens{{
-    {"base_", MoxArmControl::PicDevOrvelBat},
-    {"interface_", MoxArmControl::PicDevOrvelShoe},
-    {"charger_", MoxArmControl::PicDevOrvelCharger},
-}};
-
-/// The text behind the first `token` in `text`, or null if `text` is null or doesn't contain it.
+/// The text behind the first `token` in `text`, or null if one of them is null or there is none.
 const char* findBehind(const char* text, const char* token)
 {
-    const char* const found = text != nullptr ? std::strstr(text, token) : nullptr;
+    if (text == nullptr || token == nullptr) {
+        return nullptr;
+    }
+    const char* const found = std::strstr(text, token);
     return found != nullptr ? found + std::strlen(token) : nullptr;
 }
 
@@ -35,11 +29,8 @@ std::uint16_t parseVersion(const char* text)
     return text != nullptr ? static_cast<std::uint16_t>(std::strtol(text, nullptr, decimal)) : 0;
 }
 
-struct VersionTexts {
-    const char* first;
-    const char* second; ///< null if missing
-    const char* third;  ///< null if missing
-};
+/// The texts that the versions begin; null where one is missing.
+using VersionTexts = std::array<const char*, 3>;
 
 VersionTexts splitVersions(const char* text)
 {
@@ -47,35 +38,15 @@ VersionTexts splitVersions(const char* text)
     return {text, second, findBehind(second, "_")};
 }
 
-PicFileName makeFileName(MoxArmControl::PicUpdateDevType device, const VersionTexts& texts)
+std::optional<PicFileName> parseVersions(const PicDevice& device, const char* behindToken)
 {
-    return {device,
-            {parseVersion(texts.first), parseVersion(texts.second), parseVersion(texts.third)}};
-}
-
-std::optional<PicFileName> parseGpsName(const char* behindToken)
-{
-    const char* const versions = findBehind(behindToken, "_v");
-    if (versions == nullptr) {
+    const PicNameForm& form = device.nameForm;
+    const VersionTexts texts = splitVersions(findBehind(behindToken, form.versionsText));
+    if (texts[form.leastVersions - 1] == nullptr) {
         return std::nullopt;
     }
-    return makeFileName(MoxArmControl::PicDevKt4100Gps, splitVersions(versions));
-}
-
-std::optional<PicFileName> parseOrvelName(const char* behindToken)
-{
-    for (const OrvelToken& token : orvelTokens) {
-        const char* const behindDevice = findBehind(behindToken, token.text);
-        if (behindDevice == nullptr) {
-            continue;
-        }
-        const VersionTexts texts = splitVersions(findBehind(behindDevice, "user_"));
-        if (texts.third == nullptr) {
-            return std::nullopt;
-        }
-        return makeFileName(token.device, texts);
-    }
-    return std::nullopt;
+    return PicFileName{device.code,
+                       {parseVersion(texts[0]), parseVersion(texts[1]), parseVersion(texts[2])}};
 }
 
 } // namespace
@@ -90,8 +61,12 @@ std::optional<PicFileName> parsePicFileName(const std::string& path)
     if (std::strstr(name.data(), ".hex") == nullptr) {
         return std::nullopt;
     }
-    if (const char* const behindGps = findBehind(name.data(), "kt4100_gps")) {
-        return parseGpsName(behindGps);
+    for (const PicDevice& device : allPicDevices()) {
+        const char* const behindFamily = findBehind(name.data(), device.nameForm.family);
+        const char* const behindToken = findBehind(behindFamily, device.nameToken);
+        if (behindToken != nullptr) {
+            return parseVersions(device, behindToken);
+        }
     }
-    return parseOrvelName(findBehind(name.data(), "orvel_"));
+    return std::nullopt;
 }

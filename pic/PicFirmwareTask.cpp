@@ -1,6 +1,9 @@
 #include "pic/PicFirmwareTask.h"
 
+#include "app/HardwareShield.h"
 #include "pic/GpsPicCheck.h"
+#include "pic/PicDevice.h"
+#include "pic/PicFileLook.h"
 #include "pic/PicFileName.h"
 #include "pic/PicGlobals.h"
 #include "pic/PicUpdate.h"
@@ -16,6 +19,7 @@ PicFirmwareTask::PicFirmwareTask(const std::string& path) : firmwarePath(path)
 
 int PicFirmwareTask::run()
 {
+    shieldHardwareRun();
     if (!channel.open()) {
         return -1;
     }
@@ -61,29 +65,23 @@ bool PicFirmwareTask::checkFileName()
 
 int PicFirmwareTask::runForDevice()
 {
-    switch (device) {
-    case MoxArmControl::PicDevKt4100Gps:
-        return runForGpsPic();
-    case MoxArmControl::PicDevOrvelBat:
-    case MoxArmControl::PicDevOrvelShoe:
-    case MoxArmControl::PicDevOrvelCharger:
-    case MoxArmControl::PicDevOrvelAcAdapter:
-        return updatePic(checkPicResponse);
-    case MoxArmControl::PicDevDebugging:
+    if (device == MoxArmControl::PicDevDebugging) {
         std::puts("No Debug/Testing Implememted.");
         return 0;
-    case MoxArmControl::PicDevNone:
-    default:
+    }
+    const PicDevice* const target = findPicDevice(device);
+    if (target == nullptr) {
         std::puts("Unknown PIC Device");
         return 0;
     }
+    return target->isAskedFirst ? updateIfNeeded(*target) : updatePic(*target);
 }
 
-int PicFirmwareTask::runForGpsPic()
+int PicFirmwareTask::updateIfNeeded(const PicDevice& target)
 {
     switch (checkGpsPicVersion(channel, versions[0])) {
     case gpsPicNeedsUpdate:
-        return updatePic(checkGpsPicResponse);
+        return updatePic(target);
     case gpsPicUpToDate:
         std::puts("KT4100 GPS software already up-to-date.");
         return 0;
@@ -97,7 +95,10 @@ int PicFirmwareTask::runForGpsPic()
     }
 }
 
-int PicFirmwareTask::updatePic(PicResponseCheck check)
+int PicFirmwareTask::updatePic(const PicDevice& target)
 {
-    return PicUpdate({channel, device, versions, firmwareFile.get(), lineCounter, check}).run();
+    if (!lookThroughPicFile(firmwareFile.get(), target)) {
+        return -1;
+    }
+    return PicUpdate({channel, target, versions, firmwareFile.get(), lineCounter}).run();
 }

@@ -4,6 +4,7 @@
 #include "base/FileStream.h"
 #include "lc/MoxArmControl.h"
 #include "pic/PicCommandChannel.h"
+#include "pic/PicDevice.h"
 
 #include <array>
 #include <cstdint>
@@ -18,16 +19,18 @@ public:
 
     const char* name() const override { return "PIC Bootloader"; }
 
-    /// Returns 0 when the PIC was updated, needs no update or can't have one, and -1 when
-    /// /dev/arm-comms or the file can't be opened or the update failed.
+    /// Returns -1 when /dev/arm-comms or the file can't be opened, the file is refused or the
+    /// update failed, after printing why. Otherwise 0: the PIC was updated, needs no update, can't
+    /// have one, or is a GPS PIC that could not be asked for its version. From here on the process
+    /// survives its reader and its terminal.
     int run() override;
 
 private:
     int updateFromFile();
     bool checkFileName();
     int runForDevice();
-    int runForGpsPic();
-    int updatePic(PicResponseCheck check);
+    int updateIfNeeded(const PicDevice& target);
+    int updatePic(const PicDevice& target);
 
     std::int32_t lineCounter = 0;
     lc::MoxArmControl::PicUpdateDevType device = lc::MoxArmControl::PicDevNone;

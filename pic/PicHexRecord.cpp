@@ -7,10 +7,6 @@
 
 namespace {
 
-constexpr int headerBytes = 4; // byte count, load offset (2), type
-constexpr int checksumBytes = 1;
-constexpr int upperAddressBytes = 2;
-
 /// Value of a digit, or `notHexDigit` for a line end. Throws for any other character.
 int decodeDigit(char character)
 {
@@ -31,9 +27,6 @@ void decodeHexLine(const char* line, int length, std::uint8_t* out, int* count, 
     *count = 0;
     if (line[0] != ':') {
         throw "Invalid start character in HEX file.";
-    }
-    if (length < 2) {
-        return;
     }
     // A digit left over at the end of the text is paired with the terminating NUL, and so refused.
     for (int position = 1; position < length && *count < max; position += 2) {
@@ -57,27 +50,20 @@ PicHexRecord::PicHexRecord(const char* line)
 
 bool PicHexRecord::isTooShort() const
 {
-    return count < headerBytes + checksumBytes;
+    return static_cast<std::size_t>(count) < intelHexHeaderSize + intelHexChecksumSize;
 }
 
 std::uint16_t PicHexRecord::offset() const
 {
-    return readBigEndian16(&bytes[1]);
+    return readBigEndian16(&bytes[intelHexAddressOffset]);
 }
 
-std::uint32_t PicHexRecord::upperAddress() const
+std::size_t PicHexRecord::decodedBehindHeader() const
 {
-    if (count < headerBytes + upperAddressBytes) {
-        throw "Extended address record without an address";
-    }
-    return std::uint32_t{readBigEndian16(&bytes[headerBytes])} << 16;
+    return static_cast<std::size_t>(count) - intelHexHeaderSize;
 }
 
-std::span<const std::uint8_t> PicHexRecord::dataBytes() const
+std::span<const std::uint8_t> PicHexRecord::behindHeader(std::size_t size) const
 {
-    const int length = bytes[0];
-    if (length > count - headerBytes - checksumBytes) {
-        throw "Fewer data bytes in line than its byte count says";
-    }
-    return std::span(bytes).subspan(headerBytes, static_cast<std::size_t>(length));
+    return std::span(bytes).subspan(intelHexDataOffset, size);
 }

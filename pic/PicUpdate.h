@@ -1,9 +1,10 @@
 #pragma once
 
-#include "lc/MoxArmControl.h"
 #include "pic/PicCommandChannel.h"
 #include "pic/PicDataBlock.h"
+#include "pic/PicDevice.h"
 #include "pic/PicHexRecord.h"
+#include "pic/PicRecordRouter.h"
 
 #include <array>
 #include <cstdint>
@@ -17,17 +18,16 @@ public:
     /// What is sent where. The channel and the file are open.
     struct Job {
         const PicCommandChannel& channel;
-        lc::MoxArmControl::PicUpdateDevType device;
+        const PicDevice& device;
         std::array<std::uint16_t, 3> versions;
         std::FILE* firmwareFile;
         std::int32_t& lineCounter; ///< data records and rejected lines handled so far
-        PicResponseCheck check;
     };
 
-    explicit PicUpdate(const Job& updateJob) : job(updateJob) {}
+    explicit PicUpdate(const Job& updateJob) : job(updateJob), router(updateJob.device) {}
 
-    /// Returns 0 after a complete update and -1 after any failure, which has been printed.
-    /// Exceptions pass through, except from the records of the file.
+    /// Returns 0 after a complete update and -1 after any failure, which has been printed. What the
+    /// library throws passes through, except behind the versions and in front of the end of data.
     int run();
 
 private:
@@ -37,13 +37,12 @@ private:
     bool sendProgram();
     bool sendRecords();
     bool handleRecord(const PicHexRecord& record);
-    bool handleData(const PicHexRecord& record);
-    bool routeData(std::uint32_t address, std::span<const std::uint8_t> data);
-    bool addRow(std::uint32_t address, std::span<const std::uint8_t> data);
+    bool handleData(const RoutedPicRecord& record);
+    bool collectRow(std::uint32_t address, std::span<const std::uint8_t> data);
     bool sendConfiguration(std::span<const std::uint8_t> data) const;
-    bool sendLastBlock();
+    bool sendBlock(bool swapsWords);
 
     Job job;
-    std::uint32_t upperAddress = 0;
+    PicRecordRouter router;
     PicDataBlock block;
 };

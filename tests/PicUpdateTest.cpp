@@ -3,7 +3,9 @@
 #include "tests/FirmwareFiles.h"
 #include "tests/ToolRun.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <utility>
 
 namespace {
 
@@ -96,10 +98,12 @@ TEST_F(PicUpdateTest, SendsAnOrvelUpdate)
         "1, 3, ",
         "1, 1, "};
     EXPECT_EQ(commands(), expected);
-    EXPECT_EQ(result.calls.front(), "open(/dev/arm-comms, 2048) = 0");
-    EXPECT_EQ(result.calls[1], "select(/dev/arm-comms, 0.000000) = 0");
-    EXPECT_EQ(result.calls[4], "select(/dev/arm-comms, 1.000000) = 1");
-    EXPECT_EQ(result.calls[5], "read(/dev/arm-comms, 4096) = 268");
+    std::vector<std::string> channelCalls = result.callsOf({"open(/dev", "select", "read(/dev"});
+    channelCalls.resize(4);
+    EXPECT_EQ(channelCalls, (std::vector<std::string>{"open(/dev/arm-comms, 2048) = 0",
+                                                      "select(/dev/arm-comms, 0.000000) = 0",
+                                                      "select(/dev/arm-comms, 1.000000) = 1",
+                                                      "read(/dev/arm-comms, 4096) = 268"}));
     EXPECT_EQ(result.lastCall(), "close(/dev/arm-comms) = 0");
 }
 
@@ -241,33 +245,80 @@ TEST_F(PicUpdateTest, StopsAtTheFirstFailure)
     }
 }
 
-/// A record that can't be sent as it stands ends the update with nothing of it sent.
-TEST_F(PicUpdateTest, RefusesBadRecords)
+/// A line that can't be decoded ends the update at its place.
+TEST_F(PicUpdateTest, EndsAtALineThatCannotBeDecoded)
 {
-    struct Case {
-        std::string hex;
-        std::string error;
-    };
-    const std::string badByte = "Invalid byte format in data";
-    const std::string badStart = "Invalid start character in HEX file.";
-    const std::vector<Case> cases{
+    const std::string badByte = "Error: Invalid byte format in data\n";
+    const std::string badStart = "Error: Invalid start character in HEX file.\n";
+    const std::vector<std::pair<std::string, std::string>> cases{
         {"\n", badStart},
         {hexEnd + "\r\n", badStart},
         {":00000001F", badByte},
         {":0000 01FF\n", badByte},
         {":" + std::string(300, '0') + "\n", badByte},
+    };
+    const std::string rows = hexRows(0x800, row + row + row + row);
+    for (const auto& [line, error] : cases) {
+        EXPECT_EQ(update(battery, rows + line + rows + hexRecord(0, 0, row + "x")), error) << line;
+        EXPECT_EQ(result.status, failed) << line;
+        EXPECT_EQ(commands().size(), 3) << line; // begin, versions, the block in front of it
+    }
+}
+
+/// A record that can't be sent as it stands is found before the PIC is told anything.
+TEST_F(PicUpdateTest, RefusesBadRecordsBeforeAnythingIsSent)
+{
+    struct Case {
+        std::string hex;
+        std::string error; ///< empty: the update is completed
+    };
+    const std::string noAddress = "Extended address record without an address";
+    const std::vector<Case> cases{
         {":02080000AABC\n", "Fewer data bytes in line than its byte count says"},
         {hexRecord(0, 0x800, row + "x"), "Program row of more than 16 bytes"},
         {toConfiguration + hexRecord(0, 0, row.substr(0, 13)),
          "Configuration record of fewer than 14 bytes"},
-        {":0000000400\n", "Extended address record without an address"},
+        {":0000000400\n", noAddress},
+        {":0100000400FB\n", noAddress},
+        {":0200000400\n", noAddress},
+        {":020000040000\n", ""},
+    };
+    const std::string rows = row + row + row + row;
+    for (const Case& entry : cases) {
+        EXPECT_EQ(update(battery, hexRows(0x800, rows) + entry.hex + hexRows(0x840, rows) + hexEnd),
+                  entry.error.empty() ? "Completed Orvel Bat Code Update\n"
+                                      : "Error: " + entry.error + "\n")
+            << entry.hex;
+        EXPECT_EQ(commands().size(), entry.error.empty() ? 6 : 0) << entry.hex;
+        EXPECT_EQ(result.status, entry.error.empty() ? 0 : failed) << entry.hex;
+    }
+}
+
+/// What is programmed in another way than the file may mean it is said on standard error.
+TEST_F(PicUpdateTest, WarnsOfRowsThatDoNotFollow)
+{
+    struct Case {
+        const char* what;
+        std::string hex;
+        std::string warning; ///< the beginning of it
+    };
+    const std::string four = hexRows(0x800, row + row + row + row);
+    const std::string none = "Warning: no program rows for this PIC in the file\n";
+    const std::vector<Case> cases{
+        {"consecutive", hexRows(0x7F0, row + row + row + row + row), ""},
+        {"a gap between blocks", four + hexRows(0x900, row), ""},
+        {"a gap", four + hexRows(0x840, row) + hexRows(0x85A, row) + hexRows(0x10, row),
+         "Warning: the program row at 0000085A does not follow"},
+        {"short rows", hexRows(0x12800, row, 6), "Warning: the program row at 00012806 does"},
+        {"no rows", toConfiguration + hexRecord(0, 0, row) + hexEnd, none},
+        {"not read to the end", "\n", ""},
     };
     for (const Case& entry : cases) {
-        const std::string rows = hexRows(0x800, row + row + row + row);
-        EXPECT_EQ(update(battery, rows + entry.hex + rows + hexEnd),
-                  "Error: " + entry.error + "\n");
-        EXPECT_EQ(result.status, failed);
-        EXPECT_EQ(commands().size(), 3) << entry.hex; // begin, versions, the block in front of it
+        update(battery, entry.hex);
+        const std::string own = result.errors.substr(0, result.errors.find("[simulated"));
+        EXPECT_EQ(own.substr(0, entry.warning.size()), entry.warning) << entry.what;
+        EXPECT_EQ(std::count(own.begin(), own.end(), '\n'), entry.warning.empty() ? 0 : 1)
+            << entry.what;
     }
 }
 
@@ -285,16 +336,26 @@ TEST_F(PicUpdateTest, ReportsFilesAndDevicesThatCannotBeOpened)
     EXPECT_EQ(result.status, failed);
 }
 
+/// Draining goes on behind an empty read, but not for ever.
 TEST_F(PicUpdateTest, ThrowsAwayWhatWaitsOnTheDevice)
 {
-    const std::string waiting = "hex=01 hex=0102030405060708090a";
+    const std::string good = " hex=" + toHex(reply(std::string(1, '\0')));
     update(battery, hexEnd,
-           comms + ":read " + waiting + " hex= hex=" + toHex(reply("\x01")) + "\n");
+           comms + ":read hex=01 hex= hex=0102030405060708090a hex=11\n" + comms +
+               ":select ok ok ok ok timeout\n");
     EXPECT_EQ(
-        result.callsOf({"read", "Pic"}),
-        (std::vector<std::string>{"read(/dev/arm-comms, 10) = 1", "read(/dev/arm-comms, 10) = 10",
-                                  "read(/dev/arm-comms, 10) = 0", "Pic_Update_Comm_Tx(1, 0, )",
-                                  "read(/dev/arm-comms, 4096) = 268"}));
+        result.callsOf({"read(/dev/arm-comms, 10)", "Pic_Update_Comm_Tx(1, 0"}),
+        (std::vector<std::string>{"read(/dev/arm-comms, 10) = 1", "read(/dev/arm-comms, 10) = 0",
+                                  "read(/dev/arm-comms, 10) = 10", "read(/dev/arm-comms, 10) = 1",
+                                  "Pic_Update_Comm_Tx(1, 0, )"}));
+
+    std::string empty;
+    for (int read = 0; read < 99; ++read) {
+        empty += " hex=";
+    }
+    update(battery, hexEnd, comms + ":read" + empty + " hex=01" + empty + " hex=" + good + "\n");
+    EXPECT_EQ(result.callsOf({"read(/dev/arm-comms, 10)"}).size(), 200);
+    EXPECT_EQ(result.output.find("PicUpdateErr"), std::string::npos);
 }
 
 } // namespace

@@ -1,0 +1,9 @@
+#include "app/HardwareShield.h"
+
+#include <csignal>
+
+void shieldHardwareRun()
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGHUP, SIG_IGN);
+}

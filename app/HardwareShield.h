@@ -1,0 +1,6 @@
+#pragma once
+
+/// Called first by a task that writes hardware. From here to the end of the process a reader of the
+/// output that goes away and a terminal that closes no longer end it: the output is lost instead,
+/// and the hardware is not left half written. Ctrl-C and `kill` end it as ever.
+void shieldHardwareRun();

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "lc/MoxArmControl.h"
+#include "pic/PicCommandChannel.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+/// How a firmware file's name is read: the family's text, behind it the device's token, behind that
+/// the versions' text, then up to three versions.
+struct PicNameForm {
+    const char* family; ///< may be empty
+    const char* versionsText;
+    std::size_t leastVersions; ///< the others may be missing
+};
+
+/// What is special about one PIC.
+struct PicDevice {
+    lc::MoxArmControl::PicUpdateDevType code;
+    PicNameForm nameForm;
+    const char* nameToken; ///< that selects the device in a name; null if no name does
+    const char* completionText;
+    std::uint16_t firstVersionMark; ///< bits set in the first version that is sent
+    bool isAskedFirst;              ///< its mode and version decide whether it is updated
+    bool takesHighMemory;           ///< program rows beyond the first 64 KiB of addresses
+    bool takesConfiguration;
+    bool swapsFullBlocks; ///< words 3F FF of full blocks, as those of the last one, become FF 3F
+    bool takesFinish;     ///< the finishing command ends its update
+    PicResponseCheck check;
+};
+
+/// All PICs that can be updated, in the order in which a name is searched for their tokens.
+std::span<const PicDevice> allPicDevices();
+
+/// The row of a device, or null if it is none that can be updated.
+const PicDevice* findPicDevice(lc::MoxArmControl::PicUpdateDevType code);
