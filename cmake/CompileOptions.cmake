@@ -1,4 +1,7 @@
-# What every target of this project is compiled with.
+# What every target of this project is compiled and linked with.
+include(CheckPIESupported)
+check_pie_supported() # without it CMake compiles programs as PIE, but does not link them as one
+
 add_library(vimbra_compile_options INTERFACE)
 target_compile_options(vimbra_compile_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow
@@ -7,8 +10,25 @@ target_compile_options(vimbra_compile_options INTERFACE
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
     $<$<BOOL:${VIMBRA_WARNINGS_AS_ERRORS}>:-Werror>)
 
-if(VIMBRA_SANITIZE)
+# The tool runs as root on a field device.
+target_compile_options(vimbra_compile_options INTERFACE
+    -fstack-protector-strong
+    # It turns read and fgets into other calls, past whatever stands in front of them. A distribution's
+    # flags may set it; what -Wp passes on comes behind them.
+    -Wp,-U_FORTIFY_SOURCE)
+target_link_options(vimbra_compile_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
+
+# Functions that nothing calls take no room on the board.
+target_compile_options(vimbra_compile_options INTERFACE
+    $<$<CONFIG:Release>:-ffunction-sections -fdata-sections>)
+target_link_options(vimbra_compile_options INTERFACE $<$<CONFIG:Release>:-Wl,--gc-sections>)
+
+if(VIMBRA_SANITIZE OR VIMBRA_FUZZ)
     set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_compile_options(vimbra_compile_options INTERFACE ${sanitizers})
     target_link_options(vimbra_compile_options INTERFACE ${sanitizers})
+endif()
+if(VIMBRA_FUZZ)
+    target_compile_options(vimbra_compile_options INTERFACE -fsanitize=fuzzer-no-link)
+    target_link_options(vimbra_compile_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()

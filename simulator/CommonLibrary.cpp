@@ -4,13 +4,18 @@
 #include "lc/Exception.h"
 #include "lc/MoxArmControl.h"
 #include "lc/System.h"
+#include "simulator/Bytes.h"
+#include "simulator/Call.h"
 #include "simulator/Instrument.h"
-#include "simulator/Script.h"
+#include "simulator/Report.h"
 
 #include <algorithm>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 using simulator::Bytes;
+using simulator::Call;
 using simulator::Instrument;
 using simulator::Outcome;
 using simulator::report;
@@ -26,19 +31,24 @@ private:
     std::string text;
 };
 
-/// Traces a call and returns its scripted outcome, unless that is an exception.
-Outcome begin(const std::string& operation, const std::string& arguments = "")
-{
-    simulator::trace(operation + "(" + arguments + ")");
-    Outcome outcome = simulator::Script::instance().next(operation);
-    if (outcome.has("throw")) {
-        throw ScriptedException(outcome.text("throw"));
+/// One operation of the library: traced, and ended by an exception if the script says so.
+class Operation : public Call {
+public:
+    explicit Operation(const std::string& name, const std::string& arguments = "")
+        : Call(name, name + "(" + arguments + ")")
+    {
+        show();
+        if (outcome().has("throw")) {
+            throw ScriptedException(outcome().text("throw"));
+        }
+        if (outcome().has("throw-other")) {
+            throw std::runtime_error("scripted");
+        }
     }
-    if (outcome.has("throw-other")) {
-        throw std::runtime_error("scripted");
-    }
-    return outcome;
-}
+
+    bool succeeds() const { return outcome().succeeds(); }
+    bool fillsOutputs() const { return !outcome().has("unfilled"); }
+};
 
 Instrument& instrument = Instrument::instance();
 
@@ -46,7 +56,7 @@ Instrument& instrument = Instrument::instance();
 template <class Value>
 Value pick(const Outcome& outcome, const char* name, Value own)
 {
-    return static_cast<Value>(outcome.number(name, static_cast<long>(own)));
+    return static_cast<Value>(outcome.number(name, static_cast<long long>(own)));
 }
 
 /// The scripted values, one digit each, or the instrument's own.
@@ -61,10 +71,9 @@ std::vector<Value> pickAll(const Outcome& outcome, const char* name, std::vector
 }
 
 /// Shows what a switch of the instrument does.
-bool reportSwitch(const char* what, bool on)
+void reportSwitch(const char* what, bool on)
 {
     report("%s %s", what, on ? "on" : "off");
-    return on;
 }
 
 } // namespace
@@ -80,63 +89,77 @@ const char* Exception::what() const noexcept
 
 std::string MoxArmControl::GetVimbraSwVersion()
 {
-    const auto outcome = begin("GetVimbraSwVersion");
-    return outcome.has("text") ? outcome.text("text") : "4.2.0 (simulated)";
+    const Operation call("GetVimbraSwVersion");
+    return call.outcome().has("text") ? call.outcome().text("text") : "4.2.0 (simulated)";
 }
 
 bool MoxArmControl::GetArmState(ArmMode& mode, int& powerUpKey, unsigned int& faultState)
 {
-    const auto outcome = begin("GetArmState");
-    mode = pick(outcome, "mode", ArmMode{1});
-    powerUpKey = pick(outcome, "key", 0);
-    faultState = pick(outcome, "fault", 0U);
-    return outcome.succeeds();
+    const Operation call("GetArmState");
+    if (call.fillsOutputs()) {
+        mode = pick(call.outcome(), "mode", ArmMode{1});
+        powerUpKey = pick(call.outcome(), "key", 0);
+        faultState = pick(call.outcome(), "fault", 0U);
+    }
+    return call.succeeds();
 }
 
 bool MoxArmControl::GetPowerStates(std::vector<bool>& states)
 {
-    const auto outcome = begin("GetPowerStates");
-    states = pickAll(outcome, "states", std::vector<bool>{true, true, false, true});
-    return outcome.succeeds();
+    const Operation call("GetPowerStates");
+    if (call.fillsOutputs()) {
+        states = pickAll(call.outcome(), "states", std::vector<bool>{true, true, false, true});
+    }
+    return call.succeeds();
 }
 
 bool MoxArmControl::GetKeyPadState(std::vector<bool>& keys, std::vector<ArmMox::LedStates>& leds)
 {
-    const auto outcome = begin("GetKeyPadState");
-    keys = pickAll(outcome, "keys", std::vector<bool>(17, false));
-    leds = pickAll(outcome, "leds", instrument.leds);
-    return outcome.succeeds();
+    const Operation call("GetKeyPadState");
+    if (call.fillsOutputs()) {
+        keys = pickAll(call.outcome(), "keys", std::vector<bool>(17, false));
+        leds = pickAll(call.outcome(), "leds", instrument.leds);
+    }
+    return call.succeeds();
 }
 
 bool MoxArmControl::GetReelState(CountMode& mode, int& count, bool& sondeState, bool& atexMode)
 {
-    const auto outcome = begin("GetReelState");
-    mode = pick(outcome, "mode", CountMode{0});
-    count = pick(outcome, "count", instrument.reelCount);
-    sondeState = pick(outcome, "sonde", instrument.sondeOn);
-    atexMode = pick(outcome, "atex", false);
-    return outcome.succeeds();
+    const Operation call("GetReelState");
+    if (call.fillsOutputs()) {
+        mode = pick(call.outcome(), "mode", CountMode{0});
+        count = pick(call.outcome(), "count", instrument.reelCount);
+        sondeState = pick(call.outcome(), "sonde", instrument.sondeOn);
+        atexMode = pick(call.outcome(), "atex", false);
+    }
+    return call.succeeds();
 }
 
 bool MoxArmControl::GetBatInfo(bat_info_to_ui& info)
 {
-    const auto outcome = begin("GetBatInfo");
-    info = {Instrument::makeBattery('R'), Instrument::makeBattery('L')};
-    const Bytes bytes = outcome.bytes("hex");
-    std::copy_n(bytes.begin(), std::min(bytes.size(), sizeof(info)),
-                reinterpret_cast<std::uint8_t*>(&info));
-    return outcome.succeeds();
+    const Operation call("GetBatInfo");
+    if (call.fillsOutputs()) {
+        info = {Instrument::makeBattery('R'), Instrument::makeBattery('L')};
+        const Bytes bytes = call.outcome().bytes("hex");
+        std::copy_n(bytes.begin(), std::min(bytes.size(), sizeof(info)),
+                    reinterpret_cast<std::uint8_t*>(&info));
+    }
+    return call.succeeds();
 }
 
 bool MoxArmControl::GetMagSensorState()
 {
-    return pick(begin("GetMagSensorState"), "value", instrument.magnetClosed);
+    const Operation call("GetMagSensorState");
+    return pick(call.outcome(), "value", instrument.magnetClosed);
 }
 
 bool MoxArmControl::SetReelOverlay(ReelOverlayCtrlType control)
 {
-    reportSwitch("reel overlay", control == ReelOverlayOn);
-    return begin("SetReelOverlay", std::to_string(control)).succeeds();
+    const Operation call("SetReelOverlay", std::to_string(control));
+    if (call.succeeds()) {
+        reportSwitch("reel overlay", control == ReelOverlayOn);
+    }
+    return call.succeeds();
 }
 
 bool MoxArmControl::SetLedStates(const std::vector<ArmMox::LedStates>& leds)
@@ -145,90 +168,104 @@ bool MoxArmControl::SetLedStates(const std::vector<ArmMox::LedStates>& leds)
     for (const ArmMox::LedStates led : leds) {
         list += std::to_string(led) + ":";
     }
-    const auto outcome = begin("SetLedStates", list);
-    instrument.leds = leds;
-    return outcome.succeeds();
+    const Operation call("SetLedStates", list);
+    if (call.succeeds()) {
+        instrument.leds = leds;
+    }
+    return call.succeeds();
 }
 
 bool MoxArmControl::ZeroReelCount()
 {
-    report("reel count zeroed");
-    instrument.reelCount = 0;
-    return begin("ZeroReelCount").succeeds();
+    const Operation call("ZeroReelCount");
+    if (call.succeeds()) {
+        report("reel count zeroed");
+        instrument.reelCount = 0;
+    }
+    return call.succeeds();
 }
 
 bool MoxArmControl::SetReelSondeState(bool on)
 {
-    const auto outcome = begin("SetReelSondeState", std::to_string(on));
-    if (!outcome.succeeds()) {
-        return false;
+    const Operation call("SetReelSondeState", std::to_string(on));
+    if (call.succeeds()) {
+        reportSwitch("sonde", on);
+        instrument.sondeOn = on;
     }
-    instrument.sondeOn = reportSwitch("sonde", on);
-    return true;
+    return call.succeeds();
 }
 
 bool MoxArmControl::Ipad_Auth_Chip_Tx(unsigned char reg, unsigned char* data, int length)
 {
     const std::string bytes = simulator::toHex(data, static_cast<std::size_t>(length));
-    return begin("Ipad_Auth_Chip_Tx", std::to_string(reg) + ", " + bytes).succeeds();
+    return Operation("Ipad_Auth_Chip_Tx", std::to_string(reg) + ", " + bytes).succeeds();
 }
 
 bool MoxArmControl::Ipad_Auth_Chip_Rx(unsigned char reg, unsigned char* data, int length,
                                       int* count)
 {
-    const auto outcome =
-        begin("Ipad_Auth_Chip_Rx", std::to_string(reg) + ", " + std::to_string(length));
-    const Bytes bytes =
-        outcome.has("hex") ? outcome.bytes("hex") : Instrument::readAuthRegister(reg);
-    const std::size_t size = std::min(bytes.size(), static_cast<std::size_t>(length));
-    std::copy_n(bytes.begin(), size, data);
-    *count = pick(outcome, "count", static_cast<int>(size));
-    return outcome.succeeds();
+    const Operation call("Ipad_Auth_Chip_Rx", std::to_string(reg) + ", " + std::to_string(length));
+    const Outcome& outcome = call.outcome();
+    if (call.fillsOutputs()) {
+        const Bytes bytes =
+            outcome.has("hex") ? outcome.bytes("hex") : Instrument::readAuthRegister(reg);
+        const std::size_t size = std::min(bytes.size(), static_cast<std::size_t>(length));
+        std::copy_n(bytes.begin(), size, data);
+        *count = pick(outcome, "count", static_cast<int>(size));
+    }
+    return call.succeeds();
 }
 
 bool MoxArmControl::Pic_Update_Comm_Tx(PicUpdateDevType device, PicUpdateCmdType command,
                                        int length, unsigned char* data)
 {
     const Bytes payload(data, data + length);
-    const auto outcome =
-        begin("Pic_Update_Comm_Tx", std::to_string(device) + ", " + std::to_string(command) + ", " +
-                                        simulator::toHex(data, payload.size()));
-    if (!outcome.succeeds()) {
-        return false;
+    const Operation call("Pic_Update_Comm_Tx", std::to_string(device) + ", " +
+                                                   std::to_string(command) + ", " +
+                                                   simulator::toHex(data, payload.size()));
+    if (call.succeeds()) {
+        instrument.sendToPic(device, command, payload);
     }
-    instrument.sendToPic(device, command, payload);
-    return true;
+    return call.succeeds();
 }
 
 bool System::GetLcdEnabled()
 {
-    return pick(begin("GetLcdEnabled"), "value", instrument.displayOn);
+    const Operation call("GetLcdEnabled");
+    return pick(call.outcome(), "value", instrument.displayOn);
 }
 
 bool System::SetLcdEnabled(bool enable)
 {
-    const auto outcome = begin("SetLcdEnabled", std::to_string(enable));
-    instrument.displayOn = reportSwitch("display", enable);
-    return outcome.succeeds();
+    const Operation call("SetLcdEnabled", std::to_string(enable));
+    if (call.succeeds()) {
+        reportSwitch("display", enable);
+        instrument.displayOn = enable;
+    }
+    return call.succeeds();
 }
 
 bool System::GetLcdRotations(bool& vertical, bool& horizontal)
 {
-    const auto outcome = begin("GetLcdRotations");
-    vertical = pick(outcome, "vertical", instrument.displayVerticalNormal);
-    horizontal = pick(outcome, "horizontal", instrument.displayHorizontalNormal);
-    return outcome.succeeds();
+    const Operation call("GetLcdRotations");
+    if (call.fillsOutputs()) {
+        vertical = pick(call.outcome(), "vertical", instrument.displayVerticalNormal);
+        horizontal = pick(call.outcome(), "horizontal", instrument.displayHorizontalNormal);
+    }
+    return call.succeeds();
 }
 
 bool System::SetLcdRotation(bool vertical, bool horizontal)
 {
-    const auto outcome =
-        begin("SetLcdRotation", std::to_string(vertical) + ", " + std::to_string(horizontal));
-    instrument.displayVerticalNormal = vertical;
-    instrument.displayHorizontalNormal = horizontal;
-    report("display %s vertically, %s horizontally", vertical ? "normal" : "flipped",
-           horizontal ? "normal" : "flipped");
-    return outcome.succeeds();
+    const Operation call("SetLcdRotation",
+                         std::to_string(vertical) + ", " + std::to_string(horizontal));
+    if (call.succeeds()) {
+        instrument.displayVerticalNormal = vertical;
+        instrument.displayHorizontalNormal = horizontal;
+        report("display %s vertically, %s horizontally", vertical ? "normal" : "flipped",
+               horizontal ? "normal" : "flipped");
+    }
+    return call.succeeds();
 }
 
 } // namespace lc

@@ -1,279 +1,167 @@
-// Puts the simulated device nodes, and a directory in place of /var/volatile/, beneath a program
-// that is started with this library preloaded: it stands in front of the calls of libc that reach
-// them. Every call on a file opened through `open` is traced and ends as the script says.
+#include "simulator/DeviceNodes.h"
 
+#include "simulator/Bytes.h"
+#include "simulator/Channels.h"
+#include "simulator/Clock.h"
+#include "simulator/DeviceNames.h"
 #include "simulator/Instrument.h"
+#include "simulator/OpenFile.h"
+#include "simulator/RealCall.h"
+#include "simulator/Report.h"
 #include "simulator/Script.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <dlfcn.h>
+#include <cstdint>
 #include <fcntl.h>
-#include <sys/select.h>
+#include <memory>
+#include <sys/mman.h>
 #include <unistd.h>
 
-using simulator::Bytes;
-using simulator::Instrument;
-using simulator::Outcome;
-using simulator::Script;
+namespace simulator {
 
 namespace {
 
-/// The function of libc that this library stands in front of.
-template <class Function>
-Function* real(Function* /*own*/, const char* name)
-{
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-#define REAL(function) real(&(function), #function)
-
-constexpr double never = 1e18;
 constexpr double liveInterval = 0.6; // seconds between the blocks of a channel
-constexpr const char* commDevice = "/dev/arm-comms";
-constexpr const char* programDevice = "/dev/arm-program";
 
-bool isSimulated(const std::string& path)
+Bytes toBytes(const void* buffer, std::size_t size)
 {
-    return path.starts_with("/dev/arm-") || path == "/dev/ttyARM0";
+    const auto* const bytes = static_cast<const std::uint8_t*>(buffer);
+    return Bytes(bytes, bytes + size);
 }
 
-std::deque<Instrument::Reply>& replies()
-{
-    return Instrument::instance().replies;
-}
+/// What the program does with a node goes to the instrument. The descriptor is that of an empty
+/// file, which shows what reaches it by another way than the calls in front of which the simulator
+/// stands: text for a standard descriptor whose number the node was given.
+class DeviceNode : public OpenFile {
+public:
+    DeviceNode(const std::string& nodePath, int descriptor, int openFlags)
+        : OpenFile(nodePath, descriptor), flags(openFlags)
+    {
+    }
 
-/// A file opened through `open`, of the machine or simulated.
-struct OpenFile {
-    std::string path;
+    double nextArrival() const override;
+
+private:
+    std::string describeWrite(const void* buffer, std::size_t size) const override
+    {
+        return toHex(static_cast<const std::uint8_t*>(buffer), size);
+    }
+    std::string describeSync() const override { return ""; }
+    ssize_t ordinaryRead(void* buffer, std::size_t size) override;
+    void giveBack(std::size_t /*count*/) override {} // the rest of a block is lost
+    ssize_t ordinaryWrite(const void* buffer, std::size_t size) override;
+    ssize_t shortWrite(const void* /*buffer*/, std::size_t size) override
+    {
+        return static_cast<ssize_t>(size); // the node drops what is not whole
+    }
+    off64_t ordinarySeek(off64_t /*offset*/, int /*whence*/) override { return failWith(ESPIPE); }
+    int ordinarySync() override
+    {
+        reportStrayText();
+        return 0;
+    }
+    int release() override
+    {
+        reportStrayText();
+        return REAL(close)(descriptor());
+    }
+
+    bool isOpenFor(int mode) const
+    {
+        return (flags & O_ACCMODE) == mode || (flags & O_ACCMODE) == O_RDWR;
+    }
+    double ordinaryArrival() const;
+    Bytes takeBlock();
+    void reportStrayText();
+
+    int flags;
     unsigned int step = 0; ///< blocks delivered by a live channel
-
-    std::string key(const char* call) const { return path + ":" + call; }
-
-    /// When the next read will deliver something, in seconds.
-    double nextArrival() const
-    {
-        if (Script::instance().mentions(key("read"))) {
-            return Script::instance().hasMore(key("read")) ? 0 : never;
-        }
-        if (path == commDevice) {
-            return replies().empty() ? never : replies().front().arrival;
-        }
-        return path == programDevice ? never : liveInterval * (step + 1);
-    }
-
-    Bytes takeBlock()
-    {
-        if (path != commDevice) {
-            return simulator::makeLiveBlock(path, step++);
-        }
-        Bytes block = replies().front().block;
-        replies().pop_front();
-        return block;
-    }
 };
 
-std::map<int, OpenFile>& openFiles()
+/// A channel whose scripted reads are used up has nothing more to tell; answers of a PIC come as
+/// they do.
+double DeviceNode::nextArrival() const
 {
-    static std::map<int, OpenFile> files;
-    return files;
+    const Script& script = Script::instance();
+    if (script.hasMore(key("read"))) {
+        return script.upcoming(key("read")).isOrdinary() ? ordinaryArrival() : 0;
+    }
+    return script.mentions(key("read")) && path() != commDevice ? never : ordinaryArrival();
 }
 
-OpenFile* find(int fd)
+double DeviceNode::ordinaryArrival() const
 {
-    const auto file = openFiles().find(fd);
-    return file != openFiles().end() ? &file->second : nullptr;
+    if (path() == commDevice) {
+        const auto& replies = Instrument::instance().replies;
+        return replies.empty() ? never : replies.front().arrival;
+    }
+    return path() == programDevice ? never : liveInterval * (step + 1);
 }
 
-std::string translate(const std::string& path)
+ssize_t DeviceNode::ordinaryRead(void* buffer, std::size_t size)
 {
-    constexpr const char* volatileDirectory = "/var/volatile/";
-    const char* const replacement = std::getenv("VIMBRA_SIM_VOLATILE");
-    return replacement != nullptr && path.starts_with(volatileDirectory)
-               ? replacement + path.substr(std::strlen(volatileDirectory) - 1)
-               : path;
-}
-
-/// Traces a call and its result; keeps errno.
-template <class Result>
-Result traced(const std::string& call, Result result)
-{
-    const int error = errno;
-    simulator::trace(call + " = " +
-                     (result == -1 ? strerrorname_np(error) : std::to_string(result)));
-    errno = error;
-    return result;
-}
-
-int failWith(long error)
-{
-    errno = static_cast<int>(error);
-    return -1;
-}
-
-/// The outcome of a call on a file; errno is what it says.
-Outcome nextOutcome(const OpenFile& file, const char* call)
-{
-    Outcome outcome = Script::instance().next(file.key(call));
-    errno = static_cast<int>(outcome.number("error", errno));
-    return outcome;
-}
-
-ssize_t deliver(const Bytes& bytes, void* buffer, std::size_t size)
-{
-    const std::size_t count = std::min(bytes.size(), size);
-    std::copy_n(bytes.begin(), count, static_cast<std::uint8_t*>(buffer));
+    if (!isOpenFor(O_RDONLY)) {
+        return failWith(EBADF);
+    }
+    if (ordinaryArrival() > now() && (flags & O_NONBLOCK) != 0) {
+        return failWith(EAGAIN);
+    }
+    waitUntil(ordinaryArrival());
+    const Bytes block = takeBlock();
+    const std::size_t count = std::min(block.size(), size);
+    std::copy_n(block.begin(), count, static_cast<std::uint8_t*>(buffer));
     return static_cast<ssize_t>(count);
 }
 
-ssize_t readFrom(OpenFile& file, int fd, void* buffer, std::size_t size)
+Bytes DeviceNode::takeBlock()
 {
-    const Outcome outcome = nextOutcome(file, "read");
-    if (outcome.has("error")) {
-        return -1;
+    if (path() != commDevice) {
+        return makeLiveBlock(path(), step++);
     }
-    if (outcome.has("hex")) {
-        return deliver(outcome.bytes("hex"), buffer, size);
-    }
-    if (isSimulated(file.path)) {
-        return file.nextArrival() <= simulator::now() ? deliver(file.takeBlock(), buffer, size)
-                                                      : failWith(EAGAIN);
-    }
-    const auto wanted = static_cast<std::size_t>(outcome.number("count", static_cast<long>(size)));
-    const ssize_t count = REAL(read)(fd, buffer, std::min(wanted, size));
-    if (outcome.has("flip")) {
-        static_cast<std::uint8_t*>(buffer)[outcome.number("flip", 0)] ^= 1;
-    }
-    return count;
+    auto& replies = Instrument::instance().replies;
+    Bytes block = replies.front().block;
+    replies.pop_front();
+    return block;
 }
 
-ssize_t writeTo(const OpenFile& file, const void* buffer, std::size_t size)
+ssize_t DeviceNode::ordinaryWrite(const void* buffer, std::size_t size)
 {
-    const Outcome outcome = nextOutcome(file, "write");
-    if (outcome.has("error") || outcome.has("count")) {
-        return outcome.number("count", -1);
+    reportStrayText();
+    if (!isOpenFor(O_WRONLY)) {
+        return failWith(EBADF);
     }
-    auto& device = Instrument::instance().programmingDevice;
-    return device.take(static_cast<const std::uint8_t*>(buffer), size) ? static_cast<ssize_t>(size)
-                                                                       : failWith(EIO);
+    const bool isTaken = path() == ttyDevice ||
+                         (path() == programDevice &&
+                          Instrument::instance().programmingDevice.take(toBytes(buffer, size)));
+    return isTaken ? static_cast<ssize_t>(size) : failWith(EIO);
 }
 
-int waitFor(const OpenFile& file, const timeval* timeout)
+void DeviceNode::reportStrayText()
 {
-    const Outcome outcome = nextOutcome(file, "select");
-    if (outcome.has("error")) {
-        return -1;
+    const off_t size = REAL(lseek)(descriptor(), 0, SEEK_END);
+    if (size <= 0) {
+        return;
     }
-    const double limit = timeout == nullptr ? never : static_cast<double>(timeout->tv_sec);
-    const double wait = std::max(0.0, file.nextArrival() - simulator::now());
-    if (outcome.has("timeout")) {
-        return 0;
+    Bytes text(static_cast<std::size_t>(size));
+    REAL(lseek)(descriptor(), 0, SEEK_SET);
+    REAL(read)(descriptor(), text.data(), text.size());
+    trace("stray(" + path() + ", " + toHex(text.data(), text.size()) + ")");
+    report("%s got %zu bytes of other output", path().c_str(), text.size());
+    if (ftruncate(descriptor(), 0) == 0) {
+        REAL(lseek)(descriptor(), 0, SEEK_SET);
     }
-    if (outcome.has("end") || (timeout == nullptr && wait >= never / 2)) {
-        std::raise(SIGTERM); // a listener is ended from outside
-    }
-    simulator::pause(std::min(wait, limit));
-    return wait <= limit ? 1 : 0;
 }
 
 } // namespace
 
-extern "C" {
-
-int open(const char* path, int flags, ...) // the tool creates no file this way
+int openDeviceNode(const std::string& path, int flags)
 {
-    const std::string call = std::string("open(") + path + ", " + std::to_string(flags) + ")";
-    const OpenFile file{path};
-    if (nextOutcome(file, "open").has("error")) {
-        return traced(call, -1);
-    }
-    // A simulated node is never touched through its descriptor, which only has to be a real one.
-    const int fd = isSimulated(path) ? REAL(open)("/dev/null", O_RDONLY)
-                                     : REAL(open)(translate(path).c_str(), flags);
+    const int fd = memfd_create(path.c_str(), MFD_CLOEXEC);
     if (fd != -1) {
-        openFiles()[fd] = file;
+        addFile(std::make_unique<DeviceNode>(path, fd, flags));
     }
-    traced(call, fd == -1 ? -1 : 0); // descriptors differ from machine to machine
     return fd;
 }
 
-FILE* fopen(const char* path, const char* mode)
-{
-    FILE* const stream = REAL(fopen)(translate(path).c_str(), mode);
-    if (stream != nullptr && *mode == 'w') { // its syncs are traced
-        openFiles()[fileno(stream)] = {path};
-    }
-    return stream;
-}
-
-int close(int fd)
-{
-    const auto file = openFiles().extract(fd);
-    const int result = REAL(close)(fd);
-    return file.empty() ? result : traced("close(" + file.mapped().path + ")", result);
-}
-
-ssize_t read(int fd, void* buffer, size_t size)
-{
-    OpenFile* const file = find(fd);
-    if (file == nullptr) {
-        return REAL(read)(fd, buffer, size);
-    }
-    return traced("read(" + file->path + ", " + std::to_string(size) + ")",
-                  readFrom(*file, fd, buffer, size));
-}
-
-ssize_t write(int fd, const void* buffer, size_t size)
-{
-    OpenFile* const file = find(fd);
-    if (file == nullptr || !isSimulated(file->path)) {
-        return REAL(write)(fd, buffer, size);
-    }
-    return traced("write(" + file->path + ", " +
-                      simulator::toHex(static_cast<const std::uint8_t*>(buffer), size) + ")",
-                  writeTo(*file, buffer, size));
-}
-
-int fsync(int fd)
-{
-    OpenFile* const file = find(fd);
-    if (file == nullptr) {
-        return REAL(fsync)(fd);
-    }
-    if (isSimulated(file->path)) {
-        return traced("fsync(" + file->path + ")", 0);
-    }
-    return traced("fsync(" + file->path + ", " + std::to_string(lseek(fd, 0, SEEK_CUR)) + ")",
-                  REAL(fsync)(fd));
-}
-
-int select(int count, fd_set* readSet, fd_set* writeSet, fd_set* exceptSet, timeval* timeout)
-{
-    OpenFile* const file = find(count - 1); // the tool waits for one descriptor at a time
-    if (file == nullptr) {
-        return REAL(select)(count, readSet, writeSet, exceptSet, timeout);
-    }
-    const std::string limit = timeout == nullptr ? "none" : std::to_string(timeout->tv_sec);
-    const int ready = waitFor(*file, timeout);
-    if (ready == 0) {
-        FD_ZERO(readSet);
-    }
-    return traced("select(" + file->path + ", " + limit + ")", ready);
-}
-
-int usleep(useconds_t microseconds)
-{
-    simulator::pause(microseconds / 1e6);
-    return traced("usleep(" + std::to_string(microseconds) + ")", 0);
-}
-
-unsigned int sleep(unsigned int seconds)
-{
-    simulator::pause(seconds);
-    return static_cast<unsigned int>(traced("sleep(" + std::to_string(seconds) + ")", 0));
-}
-
-} // extern "C"
+} // namespace simulator

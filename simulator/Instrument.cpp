@@ -1,40 +1,15 @@
 #include "simulator/Instrument.h"
 
 #include "listeners/ArmRecord.h"
-#include <chrono>
+#include "simulator/Channels.h"
+#include "simulator/Clock.h"
+#include "simulator/Report.h"
+#include "simulator/Script.h"
+
 #include <cstdio>
-#include <thread>
+#include <string>
 
 namespace simulator {
-
-namespace {
-
-double pausedSeconds = 0;
-
-bool clockIsFast()
-{
-    static const bool fast = Script::instance().setting("clock", "real") == "fast";
-    return fast;
-}
-
-} // namespace
-
-double now()
-{
-    using Clock = std::chrono::steady_clock;
-    static const Clock::time_point start = Clock::now();
-    return clockIsFast() ? pausedSeconds
-                         : std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-void pause(double seconds)
-{
-    if (clockIsFast()) {
-        pausedSeconds += seconds;
-    } else {
-        std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
-    }
-}
 
 Instrument& Instrument::instance()
 {
@@ -53,14 +28,22 @@ Instrument::~Instrument()
 void Instrument::sendToPic(int device, int command, const Bytes& payload)
 {
     constexpr double lateSeconds = 1.5; // the tool waits one second
-    const std::string behaviour = Script::instance().setting("pic", "normal");
-    PicBootloader& pic = pics.try_emplace(device, device).first->second;
+    const std::string& behaviour = Script::instance().setting("pic");
     if (behaviour == "silent") {
         return;
     }
-    const Bytes data = behaviour == "refuse" ? Bytes{1} : pic.answer(command, payload);
+    const double arrival = now() + (behaviour == "late" ? lateSeconds : 0);
     replies.push_back(
-        {now() + (behaviour == "late" ? lateSeconds : 0), makeDataRecord(picReplyTag, data)});
+        {arrival, makeDataRecord(picReplyTag, answerOfPic(device, command, payload))});
+}
+
+Bytes Instrument::answerOfPic(int device, int command, const Bytes& payload)
+{
+    if (!PicBootloader::exists(device)) {
+        report("there is no PIC with the code %d", device);
+        return {PicBootloader::refusedStatus};
+    }
+    return pics.try_emplace(device, device).first->second.answer(command, payload);
 }
 
 BatteryInfoRecord Instrument::makeBattery(char type)

@@ -2,22 +2,15 @@
 
 #include "lc/ArmMox.h"
 #include "lc/BatteryInfo.h"
+#include "simulator/Bytes.h"
 #include "simulator/PicBootloader.h"
 #include "simulator/ProgrammingDevice.h"
 
+#include <deque>
+#include <map>
+#include <vector>
+
 namespace simulator {
-
-/// Seconds since the start of the run. With "set clock fast" no pause is really waited for; the
-/// clock is set forward instead.
-double now();
-void pause(double seconds);
-
-/// A record with one `DataEntry`.
-Bytes makeDataRecord(std::uint32_t tag, const Bytes& data);
-
-/// Block number `step`, counted from 0, of the channel `path` of an instrument in use. The events
-/// change the instrument as they tell.
-Bytes makeLiveBlock(const std::string& path, unsigned int step);
 
 /// The simulated instrument: what the library's operations and the device nodes show and change.
 class Instrument {
@@ -50,6 +43,8 @@ public:
 
 private:
     Instrument() = default;
+
+    Bytes answerOfPic(int device, int command, const Bytes& payload);
 
     std::map<int, PicBootloader> pics;
 };

@@ -1,10 +1,16 @@
 #include "simulator/PicBootloader.h"
 
+#include "base/BigEndian.h"
 #include "lc/MoxArmControl.h"
 #include "pic/PicDataBlock.h"
+#include "simulator/Outcome.h"
+#include "simulator/Report.h"
+#include "simulator/Script.h"
+#include "simulator/Settings.h"
 
+#include <algorithm>
 #include <numeric>
-#include <sstream>
+#include <span>
 
 using lc::MoxArmControl;
 
@@ -12,128 +18,209 @@ namespace simulator {
 
 namespace {
 
-constexpr std::uint8_t accepted = 0x00;
-constexpr std::uint8_t refused = 0x01;
-constexpr std::uint8_t notNewer = 0xFE;
+constexpr std::uint8_t acceptedStatus = 0x00;
+constexpr std::uint8_t notNewerStatus = 0xFE;
 
-constexpr std::size_t never = SIZE_MAX; // as a payload size: the command is not known
-constexpr int shoeVersionFlag = 0xC000;
+constexpr std::uint32_t shoeVersionFlag = 0xC000;
 constexpr std::uint32_t gpsMemorySize = 0x10000;
+constexpr std::uint32_t orvelMemorySize = 0x300000; // the configuration is behind it
+constexpr std::size_t versionsSize = 6;
+constexpr std::size_t configurationSize = 14;
 
-std::uint32_t bigEndian(const Bytes& bytes, std::size_t offset, std::size_t count)
+std::uint32_t numberSetting(const char* name)
 {
-    std::uint32_t value = 0;
-    for (std::size_t i = offset; i < offset + count; ++i) {
-        value = value << 8 | bytes[i];
-    }
-    return value;
+    const auto value = parseNumber(Script::instance().setting(name));
+    return static_cast<std::uint32_t>(value.value_or(0));
+}
+
+Bytes toBigEndian(std::uint32_t value)
+{
+    return {static_cast<std::uint8_t>(value >> 24), static_cast<std::uint8_t>(value >> 16),
+            static_cast<std::uint8_t>(value >> 8), static_cast<std::uint8_t>(value)};
 }
 
 } // namespace
 
-PicBootloader::PicBootloader(int picDevice)
-    : device(picDevice), isGps(picDevice == MoxArmControl::PicDevKt4100Gps)
+/// What a PIC is called and how much program memory it has.
+struct PicBootloader::Model {
+    int device;
+    const char* name;
+    std::uint32_t memorySize;
+    bool isGps;
+};
+
+const PicBootloader::Model* PicBootloader::findModel(int picDevice)
 {
-    std::istringstream text(Script::instance().setting("pic-version", "1.0.0"));
-    char dot = '.';
-    text >> version[0] >> dot >> version[1] >> dot >> version[2];
+    static constexpr std::array<Model, 5> models{{
+        {MoxArmControl::PicDevOrvelBat, "PIC of the battery pack", orvelMemorySize, false},
+        {MoxArmControl::PicDevOrvelShoe, "PIC of the shoe", orvelMemorySize, false},
+        {MoxArmControl::PicDevOrvelCharger, "PIC of the charger", orvelMemorySize, false},
+        {MoxArmControl::PicDevOrvelAcAdapter, "PIC of the adapter", orvelMemorySize, false},
+        {MoxArmControl::PicDevKt4100Gps, "PIC of the GPS board", gpsMemorySize, true},
+    }};
+    const auto found = std::find_if(models.begin(), models.end(), [&](const Model& candidate) {
+        return candidate.device == picDevice;
+    });
+    return found != models.end() ? &*found : nullptr;
 }
 
-const char* PicBootloader::name() const
+/// When a command is taken, with how many bytes, and what comes of it.
+struct PicBootloader::Rule {
+    int command;
+    std::size_t size;
+    State before;
+    State after;
+};
+
+/// The rule of a command; none if the PIC does not know it. The beginning command is taken in any
+/// state.
+const PicBootloader::Rule* PicBootloader::findRule(int command) const
 {
-    constexpr std::array names{"unknown PIC",        "PIC of the battery pack",
-                               "PIC of the shoe",    "PIC of the charger",
-                               "PIC of the adapter", "PIC of the GPS board"};
-    return names.at(static_cast<std::size_t>(device));
+    constexpr std::size_t blockSize = sizeof(PicDataBlockPayload);
+    static constexpr std::array<Rule, 6> orvelRules{{
+        {MoxArmControl::PicCmdBegin, 0, State::idle, State::begun},
+        {MoxArmControl::PicCmdVersions, versionsSize, State::begun, State::receiving},
+        {MoxArmControl::PicCmdDataBlock, blockSize, State::receiving, State::receiving},
+        {MoxArmControl::PicCmdConfig, configurationSize, State::receiving, State::receiving},
+        {MoxArmControl::PicCmdDataEnd, 0, State::receiving, State::dataEnded},
+        {MoxArmControl::PicCmdFinish, 0, State::dataEnded, State::finished},
+    }};
+    static constexpr std::array<Rule, 4> gpsRules{{
+        {MoxArmControl::PicCmdBegin, 0, State::idle, State::begun},
+        {MoxArmControl::PicCmdVersions, versionsSize, State::begun, State::receiving},
+        {MoxArmControl::PicCmdDataBlock, blockSize, State::receiving, State::receiving},
+        {MoxArmControl::PicCmdDataEnd, 0, State::receiving, State::finished},
+    }};
+    const std::span<const Rule> rules =
+        model.isGps ? std::span<const Rule>(gpsRules) : std::span<const Rule>(orvelRules);
+    const auto rule = std::find_if(rules.begin(), rules.end(), [&](const Rule& candidate) {
+        return candidate.command == command;
+    });
+    return rule != rules.end() ? &*rule : nullptr;
+}
+
+bool PicBootloader::exists(int picDevice)
+{
+    return findModel(picDevice) != nullptr;
+}
+
+PicBootloader::PicBootloader(int picDevice)
+    : model(*findModel(picDevice)),
+      version(model.isGps ? Versions{numberSetting("gps-version"), 0, 0}
+                          : *parseVersions(Script::instance().setting("pic-version")))
+{
 }
 
 Bytes PicBootloader::answer(int command, const Bytes& payload)
 {
-    const auto setting = [](const char* key) {
-        return static_cast<std::uint32_t>(std::stoul(Script::instance().setting(key, "1")));
-    };
-    if (isGps && command == MoxArmControl::PicCmdGetGpsMode) {
-        return {static_cast<std::uint8_t>(setting("gps-mode"))};
+    if (model.isGps && command == MoxArmControl::PicCmdGetGpsMode) {
+        return {static_cast<std::uint8_t>(numberSetting("gps-mode"))};
     }
-    if (isGps && command == MoxArmControl::PicCmdGetGpsVersion) {
-        const std::uint32_t value = setting("gps-version");
-        return {static_cast<std::uint8_t>(value >> 24), static_cast<std::uint8_t>(value >> 16),
-                static_cast<std::uint8_t>(value >> 8), static_cast<std::uint8_t>(value)};
+    if (model.isGps && command == MoxArmControl::PicCmdGetGpsVersion) {
+        return toBigEndian(version[0]);
+    }
+    if (Script::instance().setting("pic") == "refuse") {
+        return {refuse("set to refuse")};
     }
     return {execute(command, payload)};
 }
 
 std::uint8_t PicBootloader::execute(int command, const Bytes& payload)
 {
-    struct Rule {
-        State before;
-        std::size_t size;
-        State after;
-    };
-    const State ended = isGps ? State::finished : State::dataEnded;
-    const std::array<Rule, 6> rules{{{state, 0, State::begun},
-                                     {State::dataEnded, 0, State::finished},
-                                     {State::begun, 6, State::receiving},
-                                     {State::receiving, 0, ended},
-                                     {State::receiving, sizeof(PicDataBlockPayload), state},
-                                     {State::receiving, isGps ? never : 14, state}}};
-    const Rule& rule = rules.at(static_cast<std::size_t>(command));
-    if (state != rule.before || payload.size() != rule.size) {
-        return refuse("command out of order or of a wrong length");
+    const Rule* const rule = findRule(command);
+    if (rule == nullptr) {
+        return refuse("command unknown");
     }
-    const std::uint8_t status = command == MoxArmControl::PicCmdVersions    ? takeVersions(payload)
-                                : command == MoxArmControl::PicCmdDataBlock ? takeBlock(payload)
-                                                                            : accepted;
-    isConfigured = isConfigured || command == MoxArmControl::PicCmdConfig;
-    state = status == accepted ? rule.after : state;
+    if (command != MoxArmControl::PicCmdBegin && state != rule->before) {
+        return refuse("command out of order");
+    }
+    if (payload.size() != rule->size) {
+        return refuse("command of a wrong length");
+    }
+    const std::uint8_t status = handle(command, payload);
+    if (status == acceptedStatus) {
+        state = rule->after;
+    }
+    if (state == State::finished) {
+        version = offered;
+    }
     return status;
+}
+
+std::uint8_t PicBootloader::handle(int command, const Bytes& payload)
+{
+    switch (command) {
+    case MoxArmControl::PicCmdBegin:
+        begin();
+        return acceptedStatus;
+    case MoxArmControl::PicCmdVersions:
+        return takeVersions(payload);
+    case MoxArmControl::PicCmdDataBlock:
+        return takeBlock(payload);
+    case MoxArmControl::PicCmdConfig:
+        isConfigured = true;
+        return acceptedStatus;
+    default:
+        return acceptedStatus;
+    }
+}
+
+void PicBootloader::begin()
+{
+    nextAddress = 0;
+    blockCount = 0;
+    memory.clear();
+    isConfigured = false;
 }
 
 std::uint8_t PicBootloader::takeVersions(const Bytes& payload)
 {
-    std::array<int, 3> offered{};
     for (std::size_t i = 0; i < offered.size(); ++i) {
-        offered[i] = static_cast<int>(bigEndian(payload, 2 * i, 2));
+        offered[i] = readBigEndian16(&payload[2 * i]);
     }
-    if (device == MoxArmControl::PicDevOrvelShoe) {
+    if (model.device == MoxArmControl::PicDevOrvelShoe) {
         offered[0] ^= shoeVersionFlag; // the mark of the shoe
     }
     if (offered[0] >= shoeVersionFlag) {
         return refuse("versions marked for another PIC");
     }
-    if (!isGps && offered <= version) {
+    if (!model.isGps && offered <= version) {
         refuse("version is not newer");
-        return notNewer;
+        return notNewerStatus;
     }
-    version = offered;
-    return accepted;
+    return acceptedStatus;
 }
 
 std::uint8_t PicBootloader::takeBlock(const Bytes& payload)
 {
-    const std::uint32_t address = bigEndian(payload, 0, 4);
+    constexpr std::uint32_t dataSize = sizeof(PicDataBlockPayload::rows);
+    const std::uint32_t address = readBigEndian32(payload.data());
     if (std::accumulate(payload.begin(), payload.end(), 0U) % 256 != 0) {
         return refuse("block with a wrong checksum");
     }
-    if (address % picRowSize != 0 || address < nextAddress || (isGps && address >= gpsMemorySize)) {
+    if (address % picRowSize != 0 || address < nextAddress) {
         return refuse("block with a wrong address");
     }
-    memory.insert(memory.end(), payload.begin() + 4, payload.end() - 1);
-    nextAddress = address + sizeof(PicDataBlockPayload::rows);
+    if (address > model.memorySize - dataSize) {
+        return refuse("block beyond the end of the memory");
+    }
+    memory.insert(memory.end(), payload.begin() + sizeof(PicDataBlockPayload::address),
+                  payload.end() - sizeof(PicDataBlockPayload::checksum));
+    nextAddress = address + dataSize;
     ++blockCount;
-    return accepted;
+    return acceptedStatus;
 }
 
 std::uint8_t PicBootloader::refuse(const char* reason) const
 {
-    report("%s refuses: %s", name(), reason);
-    return refused;
+    report("%s refuses: %s", model.name, reason);
+    return refusedStatus;
 }
 
 void PicBootloader::reportMemory() const
 {
     if (state != State::idle) {
-        report("%s: version %d.%d.%d, %u blocks up to 0x%05x, crc32 %08x, %s, %s", name(),
+        report("%s: version %u.%u.%u, %u blocks up to 0x%05x, crc32 %08x, %s, %s", model.name,
                version[0], version[1], version[2], blockCount, nextAddress, crc32(memory),
                isConfigured ? "configuration" : "no configuration",
                state == State::finished ? "finished" : "NOT FINISHED");

@@ -1,8 +1,9 @@
 #pragma once
 
-#include "simulator/Script.h"
+#include "simulator/Bytes.h"
 
 #include <array>
+#include <cstdint>
 
 namespace simulator {
 
@@ -10,6 +11,11 @@ namespace simulator {
 /// checksum or address, and a version that is not newer are refused.
 class PicBootloader {
 public:
+    static constexpr std::uint8_t refusedStatus = 1;
+
+    static bool exists(int picDevice);
+
+    /// `picDevice` is the code of a PIC that exists.
     explicit PicBootloader(int picDevice);
 
     /// Takes a command and returns the data bytes of the answer.
@@ -20,17 +26,23 @@ public:
 
 private:
     enum class State { idle, begun, receiving, dataEnded, finished };
+    struct Model;
+    struct Rule;
+    using Versions = std::array<std::uint32_t, 3>;
 
+    static const Model* findModel(int picDevice);
+    const Rule* findRule(int command) const;
     std::uint8_t execute(int command, const Bytes& payload);
+    std::uint8_t handle(int command, const Bytes& payload);
+    void begin();
     std::uint8_t takeVersions(const Bytes& payload);
     std::uint8_t takeBlock(const Bytes& payload);
     std::uint8_t refuse(const char* reason) const;
-    const char* name() const;
 
-    int device;
-    bool isGps;
+    const Model& model;
     State state = State::idle;
-    std::array<int, 3> version{};
+    Versions version; ///< of the program that it holds
+    Versions offered{};
     std::uint32_t nextAddress = 0; ///< the lowest that the next block may have
     std::uint32_t blockCount = 0;
     Bytes memory; ///< the data of the blocks, one behind the other

@@ -1,10 +1,26 @@
 #include "simulator/ProgrammingDevice.h"
 
+#include "simulator/Report.h"
+#include "simulator/Script.h"
+#include "simulator/Settings.h"
+
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <numeric>
 
 namespace simulator {
+
+namespace {
+
+bool isInFlash(std::uint32_t address)
+{
+    const auto flash = parseRange(Script::instance().setting("flash"));
+    return flash && address >= flash->first && address <= flash->last &&
+           flash->last - address >= imageChunkSize - 1;
+}
+
+} // namespace
 
 const char* ProgrammingDevice::findFault(const ImagePacketHeader& header, const Bytes& data) const
 {
@@ -25,16 +41,21 @@ const char* ProgrammingDevice::findFault(const ImagePacketHeader& header, const 
         return "wrong length";
     }
     const std::uint32_t sum = std::accumulate(data.begin(), data.end(), header.checksum);
-    return sum % 256 != 0 || header.checksum > 255 ? "wrong checksum"
-           : memory.contains(header.address)       ? "address programmed twice"
-                                                   : nullptr;
+    if (sum % 256 != 0 || header.checksum > 255) {
+        return "wrong checksum";
+    }
+    if (!isInFlash(header.address)) {
+        return "address outside the flash memory";
+    }
+    return memory.contains(header.address) ? "address programmed twice" : nullptr;
 }
 
-bool ProgrammingDevice::take(const std::uint8_t* packet, std::size_t size)
+bool ProgrammingDevice::take(const Bytes& packet)
 {
     ImagePacketHeader header{};
-    std::memcpy(&header, packet, std::min(size, sizeof(header)));
-    const Bytes data(packet + std::min(size, sizeof(header)), packet + size);
+    const std::size_t headerBytes = std::min(packet.size(), sizeof(header));
+    std::memcpy(&header, packet.data(), headerBytes);
+    const Bytes data(packet.begin() + static_cast<std::ptrdiff_t>(headerBytes), packet.end());
     if (const char* const fault = findFault(header, data)) {
         report("co-processor refuses: %s", fault);
         return false;

@@ -1,18 +1,20 @@
 #pragma once
 
 #include "firmware/ImageFormat.h"
-#include "simulator/Script.h"
+#include "simulator/Bytes.h"
 
+#include <cstdint>
 #include <map>
 
 namespace simulator {
 
 /// The simulated co-processor behind /dev/arm-program. It takes packets in the order of an image
-/// only: first packet with the count, further packets by their index, end marker.
+/// only: first packet with the count, further packets by their index, end marker; and only data for
+/// its flash memory.
 class ProgrammingDevice {
 public:
     /// Takes one packet. Returns false, with the reason on standard error, if it refuses it.
-    bool take(const std::uint8_t* packet, std::size_t size);
+    bool take(const Bytes& packet);
 
     /// Reports what was taken, if there was anything.
     void reportMemory() const;

@@ -1,61 +1,58 @@
 #pragma once
 
-#include <cstdint>
+#include "simulator/Outcome.h"
+
 #include <deque>
+#include <iosfwd>
 #include <map>
+#include <optional>
+#include <stdexcept>
 #include <string>
-#include <vector>
 
 namespace simulator {
 
-using Bytes = std::vector<std::uint8_t>;
-
-/// How a call ends: fields separated by commas, each NAME or NAME=VALUE. Without any fields, the
-/// call takes its ordinary course.
-class Outcome {
+/// A setting or a line of a script that means nothing.
+class ScriptError : public std::runtime_error {
 public:
-    explicit Outcome(const std::string& text);
-
-    bool has(const std::string& name) const { return fields.contains(name); }
-    bool succeeds() const { return !has("false"); }
-    std::string text(const std::string& name) const;
-    long number(const std::string& name, long fallback) const;
-    Bytes bytes(const std::string& name) const; ///< hexadecimal
-
-private:
-    std::map<std::string, std::string> fields;
+    using std::runtime_error::runtime_error;
 };
 
-/// What is to happen in a run. The file that VIMBRA_SIM_SCRIPT names has one line per call key, the
-/// key and the outcomes of its calls in order (docs/simulator.md), or "set NAME VALUE". Calls
-/// beyond the last outcome, or without any, take their ordinary course.
+/// What is to happen in a run (docs/simulator.md). Calls beyond the last outcome, or without any,
+/// take their ordinary course.
 class Script {
 public:
+    /// What the environment says: the file that VIMBRA_SIM_SCRIPT names, then one setting
+    /// NAME=VALUE per line of VIMBRA_SIM_SETTINGS. A fault in them ends the process.
     static Script& instance();
+
+    /// Takes the lines of a script. Throws `ScriptError`.
+    void read(std::istream& lines);
+
+    /// Makes a setting. Throws `ScriptError`.
+    void set(const std::string& name, const std::string& value);
 
     /// The next outcome for the key, or the ordinary one.
     Outcome next(const std::string& key);
 
+    /// What `next` will return.
+    Outcome upcoming(const std::string& key) const;
+
     bool mentions(const std::string& key) const { return outcomes.contains(key); }
     bool hasMore(const std::string& key) const;
-    std::string setting(const std::string& name, const std::string& fallback) const;
+
+    /// The value of a setting, or its default.
+    const std::string& setting(const std::string& name) const { return settings.at(name); }
+
+    /// How the call with this number, counted from 1, is to end, if the run is to fail there.
+    std::optional<Outcome> failureAt(unsigned long callNumber) const;
 
 private:
     Script();
 
+    void readLine(const std::string& line);
+
     std::map<std::string, std::deque<std::string>> outcomes;
     std::map<std::string, std::string> settings;
 };
-
-/// Appends one line to the file that VIMBRA_SIM_TRACE names, if it does.
-void trace(const std::string& line);
-
-/// Tells the user on standard error what the simulated instrument does. `printf` format.
-[[gnu::format(printf, 1, 2)]] void report(const char* format, ...);
-
-std::string toHex(const std::uint8_t* bytes, std::size_t count);
-
-/// CRC-32 as `gzip` and `crc32` compute it.
-std::uint32_t crc32(const Bytes& bytes);
 
 } // namespace simulator

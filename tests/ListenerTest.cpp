@@ -258,9 +258,9 @@ TEST_F(TtyListenerTest, PrintsBytesInLinesOfSixteen)
     EXPECT_EQ(result.status, endedFromOutside);
     EXPECT_NE(result.errors.find("Arm-tty read error: "), std::string::npos);
     const std::vector<std::string> expected{
-        "open(/dev/ttyARM0, 2050) = 0",      "select(/dev/ttyARM0, 1) = 1",
-        "read(/dev/ttyARM0, 4096) = EAGAIN", "sleep(1) = 0",
-        "select(/dev/ttyARM0, 1) = 0",       "select(/dev/ttyARM0, 1) = 1",
+        "open(/dev/ttyARM0, 2050) = 0",       "select(/dev/ttyARM0, 1.000000) = 1",
+        "read(/dev/ttyARM0, 4096) = EAGAIN",  "sleep(1) = 0",
+        "select(/dev/ttyARM0, 1.000000) = 0", "select(/dev/ttyARM0, 1.000000) = 1",
         "read(/dev/ttyARM0, 4096) = 20"};
     EXPECT_EQ(std::vector<std::string>(result.calls.begin(), result.calls.begin() + 7), expected);
     EXPECT_EQ(listen({}, "/dev/ttyARM0:open error=2\n"), "Failed opening /dev/ttyARM0\n");

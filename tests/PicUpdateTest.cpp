@@ -99,9 +99,9 @@ TEST_F(PicUpdateTest, SendsAnOrvelUpdate)
         "1, 1, "};
     EXPECT_EQ(commands(), expected);
     EXPECT_EQ(result.calls.front(), "open(/dev/arm-comms, 2048) = 0");
-    EXPECT_EQ(result.calls[1], "select(/dev/arm-comms, 0) = 0");
-    EXPECT_EQ(result.calls[3], "select(/dev/arm-comms, 1) = 1");
-    EXPECT_EQ(result.calls[4], "read(/dev/arm-comms, 4096) = 268");
+    EXPECT_EQ(result.calls[1], "select(/dev/arm-comms, 0.000000) = 0");
+    EXPECT_EQ(result.calls[4], "select(/dev/arm-comms, 1.000000) = 1");
+    EXPECT_EQ(result.calls[5], "read(/dev/arm-comms, 4096) = 268");
     EXPECT_EQ(result.lastCall(), "close(/dev/arm-comms) = 0");
 }
 
@@ -205,7 +205,7 @@ TEST_F(PicUpdateTest, JudgesTheFirstBlockBehindACommand)
         const bool drains = entry.script.find("select") == std::string::npos;
         EXPECT_EQ(update(battery, hexEnd,
                          comms + entry.script + "\n" +
-                             (drains ? comms + ":select timeout\n" : std::string())),
+                             (drains ? comms + ":select timeout ok timeout\n" : std::string())),
                   "PicUpdateErr: " + entry.error + "\n")
             << entry.script;
         EXPECT_EQ(result.status, failed);

@@ -1,8 +1,12 @@
 #include "tests/ToolRun.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <array>
+#include <csignal>
+#include <fcntl.h>
 #include <fstream>
+#include <iterator>
+#include <poll.h>
 #include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -26,6 +30,47 @@ std::vector<std::string> ToolResult::callsOf(const std::vector<std::string>& beg
     });
     return found;
 }
+
+namespace {
+
+#ifndef VIMBRA_EMULATOR // the command in front of the tool that runs it on this machine
+#define VIMBRA_EMULATOR ""
+#endif
+constexpr const char* emulator = VIMBRA_EMULATOR;
+constexpr int highDescriptor = 200;
+
+/// Waits until every process that holds the write end of the pipe has ended, or the time is up.
+bool allEnd(int readEnd, std::chrono::milliseconds limit)
+{
+    pollfd waiting{readEnd, POLLIN, 0};
+    return poll(&waiting, 1, static_cast<int>(limit.count())) == 1;
+}
+
+/// Runs a command in a process group of its own. Returns its exit status, 128 + signal if one ended
+/// it. Fails the test if it has to be killed.
+int runShell(const std::string& command, std::chrono::milliseconds limit)
+{
+    std::array<int, 2> ends{};
+    EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        setpgid(0, 0);
+        fcntl(ends[1], F_DUPFD, highDescriptor); // inherited, out of the way of the tool's own
+        execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+        _exit(127);
+    }
+    close(ends[1]);
+    if (!allEnd(ends[0], limit)) {
+        ADD_FAILURE() << "no end in time: " << command;
+        kill(-child, SIGKILL);
+    }
+    close(ends[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+} // namespace
 
 const std::string ToolTest::tool = VIMBRA_TOOL;
 
@@ -56,24 +101,27 @@ std::string ToolTest::read(const std::string& name) const
 ToolResult ToolTest::run(const std::string& arguments, const std::string& script) const
 {
     write("script", "set clock fast\n" + script);
-    return runCommand(
+    const std::string environment =
         "VIMBRA_SIM_SCRIPT=script VIMBRA_SIM_TRACE=trace VIMBRA_SIM_VOLATILE=volatile "
-        "ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=" VIMBRA_DEVICE_NODES,
-        arguments);
+        "ASAN_OPTIONS=verify_asan_link_order=0 ";
+    const std::string preload = "LD_PRELOAD=" VIMBRA_DEVICE_NODES " ";
+    const bool isEmulated = *emulator != '\0'; // which would take the library for its own
+    return runCommand(environment +
+                      (isEmulated ? std::string(emulator) + " -E " + preload : preload) + "'" +
+                      tool + "' " + arguments);
 }
 
 ToolResult ToolTest::runPlainly(const std::string& arguments) const
 {
-    return runCommand("", arguments);
+    return runCommand(std::string(emulator) + " '" + tool + "' " + arguments);
 }
 
-ToolResult ToolTest::runCommand(const std::string& environment, const std::string& arguments) const
+ToolResult ToolTest::runCommand(const std::string& command) const
 {
-    const std::string command = "cd '" + folder.string() + "' && { " + environment + " '" + tool +
-                                "' " + arguments + "; } >output 2>errors </dev/null";
     std::filesystem::remove(folder / "trace");
-    const int status = std::system(command.c_str());
+    const int status =
+        runShell("cd '" + folder.string() + "' && { " + command + "; } >output 2>errors </dev/null",
+                 timeLimit);
     const std::string trace = read("trace");
-    return {read("output"), read("errors"), WEXITSTATUS(status),
-            splitLines(trace == "(no file)" ? "" : trace)};
+    return {read("output"), read("errors"), status, splitLines(trace == "(no file)" ? "" : trace)};
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
@@ -21,7 +22,8 @@ struct ToolResult {
 inline constexpr int failed = 255;
 inline constexpr int endedFromOutside = 128 + 15;
 
-/// Runs the built tool in a folder of its own, on the simulated instrument.
+/// Runs the built tool in a folder of its own, on the simulated instrument. A run that has not
+/// ended after `timeLimit` is killed, with all that it started, and fails the test.
 class ToolTest : public testing::Test {
 protected:
     ToolTest();
@@ -29,7 +31,8 @@ protected:
     ToolTest(const ToolTest&) = delete;
     ToolTest& operator=(const ToolTest&) = delete;
 
-    /// `script` is what the simulated instrument reads; no pause is really waited for.
+    /// `arguments` are words of the shell, so redirections can stand among them. `script` is what
+    /// the simulated instrument reads; no pause is really waited for.
     ToolResult run(const std::string& arguments, const std::string& script = "") const;
 
     /// Runs the tool without the simulated device nodes.
@@ -40,11 +43,12 @@ protected:
     /// The content of a file, or "(no file)".
     std::string read(const std::string& name) const;
 
-    static const std::string tool; ///< path of the program
+    static constexpr std::chrono::seconds timeLimit{120}; ///< sanitizers and emulators take time
+    static const std::string tool;                        ///< path of the program
     std::filesystem::path folder;
 
 private:
-    ToolResult runCommand(const std::string& environment, const std::string& arguments) const;
+    ToolResult runCommand(const std::string& command) const;
 };
 
 std::vector<std::string> splitLines(const std::string& text);

@@ -1,0 +1,102 @@
+#include "simulator/Settings.h"
+
+#include "simulator/Outcome.h"
+
+#include <algorithm>
+#include <initializer_list>
+
+namespace simulator {
+
+namespace {
+
+bool isOneOf(const std::string& value, std::initializer_list<const char*> words)
+{
+    return std::find(words.begin(), words.end(), value) != words.end();
+}
+
+bool isNumberUpTo(const std::string& value, long long limit)
+{
+    const auto number = parseNumber(value);
+    return number && *number >= 0 && *number <= limit;
+}
+
+std::optional<std::uint32_t> parseWord(const std::string& text)
+{
+    if (!isNumberUpTo(text, UINT32_MAX)) {
+        return std::nullopt;
+    }
+    return static_cast<std::uint32_t>(*parseNumber(text));
+}
+
+} // namespace
+
+const std::vector<SettingRule>& settingRules()
+{
+    static const std::vector<SettingRule> rules{
+        {"pic", "normal", "normal, silent, late or refuse",
+         [](const std::string& value) {
+             return isOneOf(value, {"normal", "silent", "late", "refuse"});
+         }},
+        {"pic-version", "1.0.0", "three numbers, such as 3.1.20",
+         [](const std::string& value) { return parseVersions(value).has_value(); }},
+        {"gps-mode", "1", "a number up to 255",
+         [](const std::string& value) { return isNumberUpTo(value, 255); }},
+        {"gps-version", "1", "a number of 32 bits",
+         [](const std::string& value) { return isNumberUpTo(value, UINT32_MAX); }},
+        {"flash", "0-0xFFFFFFFF", "FIRST-LAST, addresses",
+         [](const std::string& value) { return parseRange(value).has_value(); }},
+        {"clock", "real", "real or fast",
+         [](const std::string& value) {
+             return isOneOf(value, {"real", "fast"});
+         }},
+        {"fail", "none", "\"K OUTCOME\", or none",
+         [](const std::string& value) { return value == "none" || parseFailure(value); }},
+    };
+    return rules;
+}
+
+std::optional<std::array<std::uint32_t, 3>> parseVersions(const std::string& text)
+{
+    std::array<std::uint32_t, 3> versions{};
+    std::size_t start = 0;
+    for (std::uint32_t& version : versions) {
+        const bool isLast = &version == &versions.back();
+        const std::size_t end = isLast ? text.size() : text.find('.', start);
+        if (end == std::string::npos || !isNumberUpTo(text.substr(start, end - start), 0xFFFF)) {
+            return std::nullopt;
+        }
+        version = *parseWord(text.substr(start, end - start));
+        start = end + 1;
+    }
+    return versions;
+}
+
+std::optional<AddressRange> parseRange(const std::string& text)
+{
+    const std::size_t dash = text.find('-');
+    if (dash == std::string::npos) {
+        return std::nullopt;
+    }
+    const auto first = parseWord(text.substr(0, dash));
+    const auto last = parseWord(text.substr(dash + 1));
+    if (!first || !last || *first > *last) {
+        return std::nullopt;
+    }
+    return AddressRange{*first, *last};
+}
+
+std::optional<PlannedFailure> parseFailure(const std::string& text)
+{
+    const std::size_t blank = text.find(' ');
+    if (blank == std::string::npos) {
+        return std::nullopt;
+    }
+    const auto callNumber = parseWord(text.substr(0, blank));
+    const std::string outcome = text.substr(blank + 1);
+    if (!callNumber || *callNumber == 0 || !findOutcomeFault("", outcome).empty()) {
+        return std::nullopt;
+    }
+    return PlannedFailure{*callNumber, outcome};
+}
+
+} // namespace simulator
