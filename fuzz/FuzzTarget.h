@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 #include <sys/mman.h>
 #include <unistd.h>
 #include <utility>
@@ -74,7 +75,7 @@ private:
 /// The value of a hexadecimal digit, or -1.
 inline int plainDigit(char digit)
 {
-    const std::string digits = "0123456789abcdef0123456789ABCDEF";
+    constexpr std::string_view digits = "0123456789abcdef0123456789ABCDEF";
     const std::size_t position = digits.find(digit);
     return position == std::string::npos ? -1 : static_cast<int>(position % 16);
 }

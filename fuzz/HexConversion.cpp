@@ -67,9 +67,9 @@ private:
     /// Returns false behind the end-of-file record.
     bool takeLine()
     {
-        const std::string visible = text.substr(position, bufferSize);
+        const auto visible = std::string_view(text).substr(position, bufferSize);
         const std::size_t lineFeed = visible.find('\n');
-        const std::string line = visible.substr(0, lineFeed);
+        const auto line = visible.substr(0, lineFeed);
         const std::size_t colon = line.find(':');
         if (colon != line.rfind(':')) {
             failInLine("Invalid file: Encountered ':' at least twice");
@@ -85,11 +85,11 @@ private:
             printed += "Warning: missed starting on line: " + std::to_string(lineNumber) + "\n";
             fail("Missed starting marker!");
         }
-        decode(line.substr(colon) + "\n");
+        decode(visible.substr(colon, lineFeed + 1 - colon));
         return apply();
     }
 
-    void decode(const std::string& line)
+    void decode(std::string_view line)
     {
         if (line.size() <= 3) {
             failInLine("Invalid input to parseLine!");
@@ -99,7 +99,7 @@ private:
         }
         record.clear();
         for (std::size_t i = 1; i + 1 < line.size(); i += 2) {
-            const std::string pair = line.substr(i, 2);
+            const auto pair = line.substr(i, 2);
             if (pair.find_first_of("\r\n") != std::string::npos) {
                 break;
             }
