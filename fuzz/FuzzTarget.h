@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <string_view>
 #include <sys/mman.h>
 #include <unistd.h>
 #include <utility>
@@ -72,10 +71,5 @@ private:
     int fd;
 };
 
-/// The value of a hexadecimal digit, or -1.
-inline int plainDigit(char digit)
-{
-    constexpr std::string_view digits = "0123456789abcdef0123456789ABCDEF";
-    const std::size_t position = digits.find(digit);
-    return position == std::string::npos ? -1 : static_cast<int>(position % 16);
-}
+/// What each device delivers from now on. Devices are always ready, and pauses take no time.
+void deliver(const std::string& block);

@@ -2,11 +2,11 @@
 
 #include "firmware/ArmFirmwareProgram.h"
 #include "fuzz/FuzzTarget.h"
+#include "fuzz/PlainReading.h"
 
 #include <algorithm>
 #include <filesystem>
 #include <sstream>
-#include <vector>
 
 namespace {
 

@@ -1,6 +1,7 @@
 // The decoding of a line of a PIC HEX file. The input's first byte is the room for decoded bytes.
 
-#include "fuzz/PicPlainLine.h"
+#include "fuzz/FuzzTarget.h"
+#include "fuzz/PlainReading.h"
 #include "pic/PicHexRecord.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -17,7 +18,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     } catch (const char* text) {
         failure = text;
     }
-    const PicPlainLine plain(line, most);
+    const PlainPicLine plain(line, most);
     bytes.resize(static_cast<std::size_t>(count));
     expectSame(failure, plain.failure);
     if (bytes != plain.bytes) {

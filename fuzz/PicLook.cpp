@@ -2,19 +2,21 @@
 // told. The input's first byte chooses the PIC, which accepts each command.
 
 #include "base/FileStream.h"
-#include "base/Readiness.h"
-#include "fuzz/PicPlainLine.h"
+#include "fuzz/FuzzTarget.h"
+#include "fuzz/PlainReading.h"
 #include "pic/PicFileLook.h"
 #include "pic/PicUpdate.h"
 
 #include <algorithm>
-#include <fcntl.h>
 
 using lc::MoxArmControl;
 
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+
+const std::string accepted =
+    std::string("\x03\xbe\xed\xfe\x04\x01\0\0\x01\0\0\0", 12) + std::string(256, '\0');
 
 std::string sent; ///< by the update
 
@@ -63,7 +65,7 @@ private:
     /// Returns false if the line ends look and update.
     bool take(const std::string& text)
     {
-        const PicPlainLine line(text, 100);
+        const PlainPicLine line(text, 100);
         const Bytes& record = line.bytes;
         if (!line.failure.empty()) {
             printed += "Error: " + line.failure + "\n";
@@ -182,26 +184,6 @@ private:
 
 } // namespace
 
-/// A file with one accepted reply stands for the PICs' device.
-int openForWaiting(const char* /*device*/, int /*flags*/)
-{
-    static const MemoryFile replies;
-    std::string reply("\x03\xbe\xed\xfe\x04\x01\0\0\1\0\0\0", 12);
-    replies.write(reply + std::string(256, '\0'));
-    return open(replies.path().c_str(), O_RDONLY);
-}
-
-Readiness waitForReading(int fd, int /*seconds*/)
-{
-    lseek(fd, 0, SEEK_SET);
-    return Readiness::ready;
-}
-
-Readiness selectForReading(int fd, fd_set& /*readSet*/, timeval* /*timeout*/)
-{
-    return waitForReading(fd, 0);
-}
-
 bool MoxArmControl::Pic_Update_Comm_Tx(PicUpdateDevType /*device*/, PicUpdateCmdType command,
                                        int length, unsigned char* data)
 {
@@ -211,11 +193,12 @@ bool MoxArmControl::Pic_Update_Comm_Tx(PicUpdateDevType /*device*/, PicUpdateCmd
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static PicCommandChannel channel;
-    static const bool isOpen = channel.open();
-    if (size < 2 || !isOpen) {
+    if (size < 2) {
         return 0;
     }
+    deliver(accepted);
+    PicCommandChannel channel;
+    channel.open();
     const PicDevice& device = allPicDevices()[data[0] % allPicDevices().size()];
     std::string text = toText(data + 1, size - 1);
     const FileStream file(fmemopen(text.data(), text.size(), "r"));
