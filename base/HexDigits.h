@@ -6,19 +6,20 @@
 #include <cstdint>
 #include <cstring>
 #include <optional>
-#include <string_view>
 
 inline constexpr int notHexDigit = -1;
 
 /// Values of all characters as hexadecimal digits of either case; `notHexDigit` for the others.
 inline constexpr std::array<std::int8_t, 256> hexDigitTable = [] {
-    constexpr std::string_view digits = "0123456789abcdefABCDEF";
-    constexpr std::size_t upperLetters = 16; // where they begin, six behind their lower forms
+    constexpr int firstLetter = 10;
     std::array<std::int8_t, 256> table{};
     table.fill(notHexDigit);
-    for (std::size_t i = 0; i < digits.size(); ++i) {
-        const std::size_t value = i < upperLetters ? i : i - 6;
-        table[static_cast<unsigned char>(digits[i])] = static_cast<std::int8_t>(value);
+    for (std::int8_t value = 0; value < firstLetter; ++value) {
+        table[static_cast<std::size_t>('0' + value)] = value;
+    }
+    for (std::int8_t value = firstLetter; value < 16; ++value) {
+        table[static_cast<std::size_t>('a' + value - firstLetter)] = value;
+        table[static_cast<std::size_t>('A' + value - firstLetter)] = value;
     }
     return table;
 }();
