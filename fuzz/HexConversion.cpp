@@ -6,7 +6,7 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <sstream>
+#include <numeric>
 
 namespace {
 
@@ -19,147 +19,122 @@ std::string word(std::uint32_t value)
             static_cast<char>(value >> 24)};
 }
 
-class PlainConversion {
-public:
-    explicit PlainConversion(const std::string& hexText) : text(hexText) {}
+unsigned int sumOf(const std::string& bytes)
+{
+    return std::accumulate(bytes.begin(), bytes.end(), 0U, [](unsigned int sum, char byte) {
+        return (sum + static_cast<std::uint8_t>(byte)) % 256;
+    });
+}
 
+struct PlainConversion {
     std::string printed;
     std::string image;
+    unsigned int lineNumber = 0;
+    std::string record; ///< as bytes
+    std::uint32_t upperAddress = 0;
+    std::uint32_t runningAddress = 0;
+    bool isStarted = false;
+    bool hasData = false;
+    std::string chunk = std::string(chunkSize, '\xFF');
+    std::uint32_t chunkAddress = 0;
+    std::uint32_t chunkBytes = 0;
+    bool isCarrying = false;
+    std::string carried; ///< to the next chunk
+    std::uint32_t packets = 0;
 
-    void run()
+    explicit PlainConversion(std::string_view text)
     {
         try {
-            while (takeLine()) {
+            while (takeLine(text)) {
                 if (chunkBytes == chunkSize) {
                     appendPacket();
                     beginChunk();
                 }
             }
+            if (chunkBytes != 0) {
+                appendPacket();
+            }
+            finish();
         } catch (const std::string& failure) {
             printed += failure + "\n";
-            return;
         }
-        if (chunkBytes != 0) {
-            appendPacket();
-        }
-        if (packets == 0) {
-            printed += "No actual program data in file\n";
-            return;
-        }
-        printed += "Program bytes written: " + std::to_string(packets * chunkSize) +
-                   ". Finishing file...\n";
-        image.replace(4, 4, word(packets));
-        image += word(0xFEED001C) + std::string(16, '\0');
     }
 
-private:
-    [[noreturn]] static void fail(const std::string& message)
+    void check(bool isRight, const std::string& message, bool tellsLine = true)
     {
-        throw "Caught AppException: " + message;
+        if (!isRight) {
+            printed += tellsLine ? "Parse Error on line: " + std::to_string(lineNumber) + "\n" : "";
+            throw "Caught AppException: " + message;
+        }
     }
 
-    [[noreturn]] void failInLine(const std::string& message)
+    /// Takes a line from the front. Returns false behind the end-of-file record.
+    bool takeLine(std::string_view& text)
     {
-        printed += "Parse Error on line: " + std::to_string(lineNumber) + "\n";
-        fail(message);
-    }
-
-    /// Returns false behind the end-of-file record.
-    bool takeLine()
-    {
-        const auto visible = std::string_view(text).substr(position, bufferSize);
+        const auto visible = text.substr(0, bufferSize);
         const std::size_t lineFeed = visible.find('\n');
-        const auto line = visible.substr(0, lineFeed);
-        const std::size_t colon = line.find(':');
-        if (colon != line.rfind(':')) {
-            failInLine("Invalid file: Encountered ':' at least twice");
-        }
-        if (lineFeed == std::string::npos) {
-            fail(visible.size() == bufferSize
-                     ? "Failed parsing any data lines and now out of buffer room. aborting"
-                     : "No more input data and end marker not located");
-        }
-        position += lineFeed + 1;
+        const std::size_t colon = visible.substr(0, lineFeed).find(':');
+        check(colon == visible.substr(0, lineFeed).rfind(':'),
+              "Invalid file: Encountered ':' at least twice");
+        check(lineFeed != std::string::npos || visible.size() < bufferSize,
+              "Failed parsing any data lines and now out of buffer room. aborting", false);
+        check(lineFeed != std::string::npos, "No more input data and end marker not located",
+              false);
+        text.remove_prefix(lineFeed + 1);
         ++lineNumber;
         if (colon == std::string::npos) {
             printed += "Warning: missed starting on line: " + std::to_string(lineNumber) + "\n";
-            fail("Missed starting marker!");
+            check(false, "Missed starting marker!", false);
         }
         decode(visible.substr(colon, lineFeed + 1 - colon));
-        return apply();
+        return apply(plainBigEndian(record, 1, 2), static_cast<std::uint8_t>(record[0]));
     }
 
     void decode(std::string_view line)
     {
-        if (line.size() <= 3) {
-            failInLine("Invalid input to parseLine!");
-        }
-        if ((line.size() - 1) / 2 > 512) {
-            fail("Invalid params!");
-        }
+        check(line.size() > 3, "Invalid input to parseLine!");
+        check((line.size() - 1) / 2 <= 512, "Invalid params!", false);
         record.clear();
-        for (std::size_t i = 1; i + 1 < line.size(); i += 2) {
-            const auto pair = line.substr(i, 2);
-            if (pair.find_first_of("\r\n") != std::string::npos) {
-                break;
-            }
-            if (plainDigit(pair[0]) == -1 || plainDigit(pair[1]) == -1) {
+        for (std::size_t i = 1;
+             line[i] != '\r' && line[i] != '\n' && line[i + 1] != '\r' && line[i + 1] != '\n';
+             i += 2) {
+            if (plainDigit(line[i]) == -1 || plainDigit(line[i + 1]) == -1) {
                 throw std::string("Error: Invalid byte format in data");
             }
-            record.push_back(
-                static_cast<std::uint8_t>(plainDigit(pair[0]) * 16 + plainDigit(pair[1])));
+            record += static_cast<char>(plainDigit(line[i]) * 16 + plainDigit(line[i + 1]));
         }
         if (record.size() < 4) {
             throw std::string("Error: Invalid line format. Not enough bytes");
         }
-        if (record.size() != 5U + record[0]) {
+        if (record.size() != 5U + static_cast<std::uint8_t>(record[0])) {
             throw std::string("Error: Not enough data bytes in line");
         }
-        unsigned int sum = 0;
-        for (const std::uint8_t byte : record) {
-            sum += byte;
-        }
-        if (sum % 256 != 0) {
-            failInLine("Invalid checksum encountered in file");
-        }
+        check(sumOf(record) == 0, "Invalid checksum encountered in file");
     }
 
-    bool apply()
+    bool apply(std::uint32_t address, unsigned int length)
     {
-        const std::uint32_t address = record[1] * 256U + record[2];
-        switch (record[3]) {
-        case 0:
-            place(upperAddress + address);
-            return true;
-        case 1:
-            return false;
-        case 2:
-            failInLine("Extended segment address not supported");
-        case 3:
-            failInLine("Start segment address not supported");
-        case 4:
-            if (record[0] != 2) {
-                failInLine("Invalid data");
-            }
-            upperAddress = record[4] * 0x1000000U + record[5] * 0x10000U;
-            return true;
-        case 5:
-            if (isStarted) {
-                char line[50];
-                std::snprintf(line, sizeof(line), "Already handled SLAR: :%02x%04x\n", record[0],
-                              address);
-                printed += line;
-            } else if (record[0] != 4) {
-                failInLine("Invalid data");
-            }
+        const auto type = static_cast<std::uint8_t>(record[3]);
+        check(type != 2, "Extended segment address not supported");
+        check(type != 3, "Start segment address not supported");
+        check(type <= 5, "Unknown line format in file");
+        if (type == 0) {
+            place(upperAddress + address, record.substr(4, length));
+        } else if (type == 4) {
+            check(length == 2, "Invalid data");
+            upperAddress = plainBigEndian(record, 4, 2) * 0x10000;
+        } else if (type == 5 && isStarted) {
+            char line[50];
+            std::snprintf(line, sizeof(line), "Already handled SLAR: :%02x%04x\n", length, address);
+            printed += line;
+        } else if (type == 5) {
+            check(length == 4, "Invalid data");
             isStarted = true;
-            return true;
-        default:
-            failInLine("Unknown line format in file");
         }
+        return type != 1;
     }
 
-    void place(std::uint32_t address)
+    void place(std::uint32_t address, const std::string& data)
     {
         if (!hasData) {
             chunkAddress = runningAddress = address;
@@ -168,53 +143,34 @@ private:
         const std::uint32_t offset = address - chunkAddress;
         if (offset >= 0x80000000) {
             printed += "Address moved backwards\n";
-            failInLine("Not currently handled backward jumping");
+            check(false, "Not currently handled backward jumping");
         }
-        carried.clear();
-        isCarrying = false;
         if (offset >= chunkSize) {
             printed += "This write has jumped too far beyond our chunk.\n";
-            chunkBytes = chunkSize;
             runningAddress = address;
         }
-        for (std::uint32_t i = 0; i < record[0]; ++i) {
-            const char byte = static_cast<char>(record[4 + i]);
-            if (offset + i >= chunkSize) {
-                carried += byte;
-                continue;
-            }
-            chunk[offset + i] = byte;
-            ++runningAddress;
-        }
-        if (offset < chunkSize) {
-            chunkBytes = std::min(offset + record[0], chunkSize);
-        }
+        const std::size_t fitting =
+            offset < chunkSize ? std::min<std::size_t>(data.size(), chunkSize - offset) : 0;
+        chunk.replace(std::min(offset, chunkSize), fitting, data, 0, fitting);
+        carried = data.substr(fitting);
         isCarrying = offset >= chunkSize || !carried.empty();
-        if (offset < chunkSize && isCarrying) {
-            printed += "Write is crossing chunks\n";
-        }
+        printed += isCarrying && offset < chunkSize ? "Write is crossing chunks\n" : "";
+        chunkBytes = isCarrying ? chunkSize : static_cast<std::uint32_t>(offset + fitting);
+        runningAddress += static_cast<std::uint32_t>(fitting);
     }
 
     void appendPacket()
     {
-        unsigned int sum = 0;
-        for (const char byte : chunk) {
-            sum += static_cast<std::uint8_t>(byte);
-        }
         image += word(packets == 0 ? 0xFEED001A : 0xFEED001B) + word(packets) + word(chunkAddress) +
-                 word(chunkSize) + word((256 - sum % 256) % 256) + chunk;
+                 word(chunkSize) + word((256 - sumOf(chunk)) % 256) + chunk;
         ++packets;
     }
 
     void beginChunk()
     {
+        check(runningAddress % chunkSize == 0, "Invalid line address", false);
+        printed += isCarrying ? "Using remaining data from last line\n" : "";
         chunkAddress = runningAddress;
-        if (chunkAddress % chunkSize != 0) {
-            fail("Invalid line address");
-        }
-        if (isCarrying) {
-            printed += "Using remaining data from last line\n";
-        }
         chunkBytes = static_cast<std::uint32_t>(carried.size());
         runningAddress += chunkBytes;
         chunk = carried + std::string(chunkSize - chunkBytes, '\xFF');
@@ -222,72 +178,58 @@ private:
         isCarrying = false;
     }
 
-    const std::string& text;
-    std::size_t position = 0;
-    unsigned int lineNumber = 0;
-    std::vector<std::uint8_t> record;
-    std::uint32_t upperAddress = 0;
-    std::uint32_t runningAddress = 0;
-    bool isStarted = false;
-    bool hasData = false;
-    std::string chunk = std::string(chunkSize, '\xFF');
-    std::uint32_t chunkAddress = 0;
-    std::uint32_t chunkBytes = 0;
-    std::string carried;     ///< to the next chunk
-    bool isCarrying = false; ///< perhaps no bytes
-    std::uint32_t packets = 0;
+    void finish()
+    {
+        if (packets == 0) {
+            throw std::string("No actual program data in file");
+        }
+        printed += "Program bytes written: " + std::to_string(packets * chunkSize) +
+                   ". Finishing file...\n";
+        image.replace(4, 4, word(packets));
+        image += word(0xFEED001C) + std::string(16, '\0');
+    }
 };
 
 /// Takes the place in the source out of a message.
-std::string withoutPlace(const std::string& printed)
+std::string withoutPlace(std::string printed)
 {
     const std::string head = "Caught AppException: ";
-    const std::size_t begin = printed.find(head);
-    return begin == std::string::npos ? printed
-                                      : printed.substr(0, begin + head.size()) +
-                                            printed.substr(printed.find("): ", begin) + 3);
+    const std::size_t place = printed.find(head) + head.size();
+    return printed.find(head) == std::string::npos
+               ? printed
+               : printed.erase(place, printed.find("): ", place) + 3 - place);
 }
 
-/// Gives each line the byte count and the checksum that fit, which a fuzzer hardly finds.
-std::string repaired(const std::string& text)
+/// Gives each line of ten digits and more the checksum that fits, which a fuzzer hardly finds.
+std::string repaired(std::string text)
 {
-    std::string result;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line); result += line + "\n") {
-        const std::size_t begin = line.find(':') + 1;
-        const std::size_t end = std::min(line.find('\r'), line.size());
-        const auto isDigit = [](char digit) { return plainDigit(digit) != -1; };
-        if (end < begin + 10 || (end - begin) % 2 != 0 ||
-            !std::all_of(&line[begin], &line[end], isDigit)) {
-            continue;
-        }
-        const auto put = [&line](std::size_t at, std::size_t value) {
-            line[at] = "0123456789abcdef"[value / 16 % 16];
-            line[at + 1] = "0123456789ABCDEF"[value % 16];
-        };
-        put(begin, (end - begin) / 2 - 5);
+    for (std::size_t i = text.find(':'); i != std::string::npos; i = text.find(':', i + 1)) {
+        const std::size_t digits =
+            std::min(text.find_first_not_of("0123456789abcdefABCDEF", i + 1), text.size()) - i - 1;
         int sum = 0;
-        for (std::size_t i = begin; i < end - 2; i += 2) {
-            sum += plainDigit(line[i]) * 16 + plainDigit(line[i + 1]);
+        for (std::size_t at = i + 1; at + 3 < i + digits; at += 2) {
+            sum -= plainDigit(text[at]) * 16 + plainDigit(text[at + 1]);
         }
-        put(end - 2, static_cast<std::size_t>(256 - sum % 256));
+        if (digits >= 10 && digits % 2 == 0) {
+            text[i + digits - 1] = "0123456789ABCDEF"[(sum & 0xF0) / 16];
+            text[i + digits] = "0123456789ABCDEF"[sum & 0xF];
+        }
     }
-    return result;
+    return text;
 }
 
 void check(const std::string& text)
 {
     static const MemoryFile hex;
     static const MemoryFile image;
-    static const std::string folder = std::filesystem::temp_directory_path() / "";
+    const std::string folder = std::filesystem::temp_directory_path() / "";
     hex.write(text);
     image.write("left by an earlier run");
     ArmFirmwareTask task(hex.path(), folder + "fuzz-" + std::to_string(getpid()) + "-");
     std::filesystem::create_symlink(image.path(), task.outputPath());
     const std::string printed = capture([&] { task.run(); });
     std::filesystem::remove(task.outputPath());
-    PlainConversion plain(text);
-    plain.run();
+    const PlainConversion plain(text);
     expectSame(withoutPlace(printed), plain.printed);
     expectSame(image.read(), plain.image);
 }
@@ -296,8 +238,7 @@ void check(const std::string& text)
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const std::string text = toText(data, size);
-    check(text);
-    check(repaired(text));
+    check(toText(data, size));
+    check(repaired(toText(data, size)));
     return 0;
 }

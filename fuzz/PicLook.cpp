@@ -13,122 +13,104 @@ using lc::MoxArmControl;
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+std::string sent; ///< to the PIC: a line for each command
 
-const std::string accepted =
-    std::string("\x03\xbe\xed\xfe\x04\x01\0\0\x01\0\0\0", 12) + std::string(256, '\0');
-
-std::string sent; ///< by the update
-
-/// A command with its payload as a line.
-std::string commandLine(int command, const Bytes& payload)
+void recordCommand(std::string& commands, int command, const std::string& payload = "")
 {
-    std::string line = std::to_string(command);
-    for (const std::uint8_t byte : payload) {
-        line += " " + std::to_string(byte);
+    commands += std::to_string(command);
+    for (const char byte : payload) {
+        commands += " " + std::to_string(static_cast<std::uint8_t>(byte));
     }
-    return line + "\n";
+    commands += "\n";
 }
 
+struct Refusal {
+    std::string text;
+};
+
 /// What look and update of a file are to do, record by record.
-class PlainUpdate {
-public:
+struct PlainUpdate {
+    std::string refusal;  ///< by the look; if any, nothing else is printed and nothing sent
+    std::string warnings; ///< of the look
+    std::string printed;  ///< by the update
+    std::string commands;
+
     PlainUpdate(const std::string& text, const PicDevice& target)
         : isGps(target.code == MoxArmControl::PicDevKt4100Gps)
     {
         const bool isShoe = target.code == MoxArmControl::PicDevOrvelShoe;
-        commands =
-            "0\n" + commandLine(2, {static_cast<std::uint8_t>(isShoe ? 0xC0 : 0), 1, 0, 2, 0, 3});
-        for (std::size_t i = 0; i < text.size();) {
-            const std::size_t length = std::min(text.find('\n', i) - i, std::size_t{199}) + 1;
-            if (!take(text.substr(i, length).c_str())) { // as far as a NUL
-                return;
+        recordCommand(commands, 0);
+        recordCommand(commands, 2, {isShoe ? '\xC0' : '\0', 1, 0, 2, 0, 3});
+        try {
+            std::size_t length = 0;
+            for (std::size_t i = 0; i < text.size(); i += length) {
+                length = std::min(text.find('\n', i) - i, std::size_t{199}) + 1;
+                take(plainPicLine(text.substr(i, length).c_str(), 100)); // as far as a NUL
             }
-            i += length;
+        } catch (const Refusal& reason) {
+            refusal = "Error: " + reason.text + "\n";
+            return;
+        } catch (const std::string& failure) {
+            printed += "Error: " + failure + "\n";
+            return;
         }
-        if (!hasRows) {
-            warnings += "Warning: no program rows for this PIC in the file\n";
-        }
+        warnings += hasRows ? "" : "Warning: no program rows for this PIC in the file\n";
         if (!rows.empty()) {
-            endBlock(true);
+            sendBlock(true);
         }
         commands += isGps ? "3\n" : "3\n1\n";
         printed += std::string(target.completionText) + "\n";
     }
 
-    std::string refusal;  ///< if any, nothing else is printed and nothing sent
-    std::string warnings; ///< of the look
-    std::string printed;  ///< by the update
-    std::string commands;
-
 private:
-    /// Returns false if the line ends look and update.
-    bool take(const std::string& text)
+    void take(const std::string& record)
     {
-        const PlainPicLine line(text, 100);
-        const Bytes& record = line.bytes;
-        if (!line.failure.empty()) {
-            printed += "Error: " + line.failure + "\n";
-            return false;
-        }
         if (record.size() < 5) {
             printed += "Invalid num bytes in line " + std::to_string(lineCounter++) + "\n";
-            return true;
+            return;
         }
-        switch (record[3]) {
-        case 0:
+        const std::uint32_t length = plainBigEndian(record, 0, 1);
+        const std::uint32_t type = plainBigEndian(record, 3, 1);
+        if (type == 0) {
             ++lineCounter;
-            return takeData(record);
-        case 1:
-            return true;
-        case 4:
-            if (record[0] < 2 || record.size() < 6) {
-                return refuse("Extended address record without an address");
-            }
-            area = record[4] * 256U + record[5];
-            return true;
-        default:
-            printed += "Not doing anything with line type " + std::to_string(record[3]) + "\n";
-            return true;
+            takeData(plainBigEndian(record, 1, 2), length, record.substr(4));
+        } else if (type == 4) {
+            refuseIf(length < 2 || record.size() < 6, "Extended address record without an address");
+            area = plainBigEndian(record, 4, 2);
+        } else if (type != 1) {
+            printed += "Not doing anything with line type " + std::to_string(type) + "\n";
         }
     }
 
-    bool takeData(const Bytes& record)
+    void takeData(std::uint32_t offset, std::size_t length, const std::string& data)
     {
         if (isGps && area != 0) {
-            return true;
+            return;
         }
-        if (record.size() < record[0] + std::size_t{5}) {
-            return refuse("Fewer data bytes in line than its byte count says");
-        }
-        const Bytes data(record.begin() + 4, record.begin() + 4 + record[0]);
+        refuseIf(data.size() <= length, "Fewer data bytes in line than its byte count says");
         if (area == 0x30) {
-            if (data.size() < 14) {
-                return refuse("Configuration record of fewer than 14 bytes");
-            }
-            commands += commandLine(5, Bytes(data.begin(), data.begin() + 14));
-            return true;
+            refuseIf(length < 14, "Configuration record of fewer than 14 bytes");
+            recordCommand(commands, 5, data.substr(0, 14));
+            return;
         }
-        if (data.size() > 16) {
-            return refuse("Program row of more than 16 bytes");
+        refuseIf(length > 16, "Program row of more than 16 bytes");
+        if (length != 0) {
+            addRow(area * 0x10000 + offset, data.substr(0, length));
         }
-        if (!data.empty()) {
-            addRow(area * 0x10000 + record[1] * 256U + record[2], data);
-        }
-        return true;
     }
 
-    bool refuse(const std::string& reason)
+    static void refuseIf(bool isWrong, const char* reason)
     {
-        refusal = "Error: " + reason + "\n";
-        return false;
+        if (isWrong) {
+            throw Refusal{reason};
+        }
     }
 
-    void addRow(std::uint32_t address, const Bytes& data)
+    void addRow(std::uint32_t address, const std::string& data)
     {
-        if (rows.empty()) {
-            blockAddress = address;
-        } else if (address != blockAddress + rows.size() && warnings.empty()) {
+        hasRows = true;
+        blockAddress = rows.empty() ? address : blockAddress;
+        if (address != blockAddress + rows.size() && warnings.empty()) {
             char line[200];
             std::snprintf(
                 line, sizeof(line),
@@ -138,48 +120,45 @@ private:
                 address);
             warnings = line;
         }
-        hasRows = true;
-        rows.insert(rows.end(), data.begin(), data.end());
-        fillTo((rows.size() + 15) / 16 * 16);
+        rows += data;
+        fill((rows.size() + 15) / 16 * 16);
         if (rows.size() == 64) {
-            endBlock(isGps);
+            sendBlock(isGps);
         }
     }
 
-    void fillTo(std::size_t size)
+    void fill(std::size_t size)
     {
         while (rows.size() < size) {
-            rows.push_back(rows.size() % 2 == 0 ? 0xFF : 0x3F);
+            rows += rows.size() % 2 == 0 ? '\xFF' : '\x3F';
         }
     }
 
-    void endBlock(bool swaps)
+    void sendBlock(bool swaps)
     {
-        fillTo(64);
-        Bytes block{static_cast<std::uint8_t>(blockAddress >> 24),
-                    static_cast<std::uint8_t>(blockAddress >> 16),
-                    static_cast<std::uint8_t>(blockAddress >> 8),
-                    static_cast<std::uint8_t>(blockAddress)};
-        for (std::size_t i = 0; i < rows.size(); i += 2) {
-            const bool isSwapped = swaps && rows[i] == 0x3F && rows[i + 1] == 0xFF;
-            block.push_back(isSwapped ? 0xFF : rows[i]);
-            block.push_back(isSwapped ? 0x3F : rows[i + 1]);
+        fill(64);
+        std::string block;
+        for (int shift = 24; shift >= 0; shift -= 8) {
+            block += static_cast<char>(blockAddress >> shift);
         }
-        std::uint8_t checksum = 0;
-        for (const std::uint8_t byte : block) {
-            checksum = static_cast<std::uint8_t>(checksum - byte);
+        for (std::size_t i = 0; i < 64; i += 2) {
+            const std::string pair = rows.substr(i, 2);
+            block += swaps && pair == "\x3F\xFF" ? "\xFF\x3F" : pair;
         }
-        block.push_back(checksum);
-        commands += commandLine(4, block);
+        int sum = 0;
+        for (const char byte : block) {
+            sum -= byte;
+        }
+        recordCommand(commands, 4, block + static_cast<char>(sum));
         rows.clear();
     }
 
-    const bool isGps;
-    std::uint32_t area = 0; ///< the upper 16 bits of addresses
+    bool isGps;
+    std::uint32_t area = 0; ///< upper 16 bits of addresses
     int lineCounter = 0;
     bool hasRows = false;
     std::uint32_t blockAddress = 0;
-    Bytes rows; ///< of a block, those that were not sent
+    std::string rows; ///< of a block that is not complete
 };
 
 } // namespace
@@ -187,7 +166,7 @@ private:
 bool MoxArmControl::Pic_Update_Comm_Tx(PicUpdateDevType /*device*/, PicUpdateCmdType command,
                                        int length, unsigned char* data)
 {
-    sent += commandLine(command, Bytes(data, data + length));
+    recordCommand(sent, command, toText(data, static_cast<std::size_t>(length)));
     return true;
 }
 
@@ -196,7 +175,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     if (size < 2) {
         return 0;
     }
-    deliver(accepted);
+    deliver(std::string("\x03\xbe\xed\xfe\x04\x01\0\0\1\0\0\0", 12) + std::string(256, '\0'));
     PicCommandChannel channel;
     channel.open();
     const PicDevice& device = allPicDevices()[data[0] % allPicDevices().size()];
@@ -205,19 +184,15 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     const PlainUpdate plain(text, device);
     sent.clear();
     bool isAccepted = false;
-    const std::string looked =
-        capture([&] { isAccepted = lookThroughPicFile(file.get(), device); });
-    expectSame(looked + sent, plain.refusal.empty() ? plain.warnings : plain.refusal);
-    if (isAccepted != plain.refusal.empty()) {
-        std::abort();
+    expectSame(capture([&] { isAccepted = lookThroughPicFile(file.get(), device); }) + sent,
+               plain.refusal.empty() ? plain.warnings : plain.refusal);
+    if (!isAccepted) {
+        expectSame("refused", plain.refusal.empty() ? "accepted" : "refused");
+        return 0;
     }
-    if (isAccepted) {
-        std::int32_t lineCounter = 0;
-        expectSame(capture([&] {
-                       PicUpdate({channel, device, {1, 2, 3}, file.get(), lineCounter}).run();
-                   }),
-                   plain.printed);
-        expectSame(sent, plain.commands);
-    }
+    std::int32_t lineCounter = 0;
+    PicUpdate update({channel, device, {1, 2, 3}, file.get(), lineCounter});
+    expectSame(capture([&] { update.run(); }), plain.printed);
+    expectSame(sent, plain.commands);
     return 0;
 }

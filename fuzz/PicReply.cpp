@@ -1,5 +1,4 @@
-// The answer to a command of a PIC: what is printed of it. The input's first byte chooses the
-// command and the PIC.
+// The answer to a command of a PIC. The input's first byte chooses the command and the PIC.
 
 #include "fuzz/FuzzTarget.h"
 #include "fuzz/PlainReading.h"
@@ -12,44 +11,46 @@ using lc::MoxArmControl;
 
 namespace {
 
-std::string plainReply(const std::string& block, bool isGps, int command)
-{
-    std::string printed;
-    const std::string failure = "PicUpdateErr: ";
-    if (block.size() <= 8) {
-        return failure + "Bad Data Error.\n";
-    }
-    for (const PlainRecord& record : plainRecords(block)) {
-        if (record.tag != 0xfeedbe03) {
-            continue;
-        }
-        if (record.isCutShort) {
-            return printed + failure + "Bad Data Error.\n";
-        }
-        for (std::size_t i = 0; i + 260 <= record.payload.size(); i += 260) {
-            const std::uint32_t length = plainWord(record.payload, i);
-            const std::uint32_t status = plainWord(record.payload, i + 4) % 256;
-            if (length == 0 || (length >= 0x80000000 && !isGps)) {
-                return printed + failure + "Didn't get a response len.\n";
-            }
-            if (isGps && command == 6) {
-                printed += "GPS PIC Mode: " + std::to_string(status) + "\n";
-            } else if (isGps && command == 7) {
-                const std::uint32_t version = __builtin_bswap32(plainWord(record.payload, i + 4));
-                char line[60];
-                std::snprintf(line, sizeof(line), "GPS PIC Version: %ld (0x%X)\n",
-                              static_cast<long>(version), version);
-                printed += line;
-            } else if (isGps && command > 7) {
+struct PlainReply {
+    std::string failure;
+    std::int64_t mode = gpsPicModeUnknown;
+    std::int64_t version = 0;
+
+    PlainReply(const std::string& block, bool isGps, int command)
+    {
+        failure = block.size() <= 8 ? "Bad Data Error." : "";
+        for (const PlainRecord& record : plainRecords(block)) {
+            if (record.tag != 0xfeedbe03 || !failure.empty()) {
                 continue;
-            } else if (status == 0xFE && !isGps) {
-                return failure + "PIC version already up-to-date or newer.\n";
-            } else if (status != 0) {
-                return failure + "Update or Response Err.\n";
+            }
+            failure = record.isCutShort ? "Bad Data Error." : "";
+            for (std::size_t i = 0; i + 260 <= record.payload.size() && failure.empty(); i += 260) {
+                take(record.payload.substr(i, 260), isGps, command);
             }
         }
     }
-    return printed;
+
+private:
+    void take(const std::string& entry, bool isGps, int command)
+    {
+        const std::uint32_t length = plainWord(entry, 0);
+        if (length == 0 || (length >= 0x80000000 && !isGps)) {
+            failure = "Didn't get a response len.";
+        } else if (isGps && command == 6) {
+            mode = plainBigEndian(entry, 4, 1);
+        } else if (isGps && command == 7) {
+            version = plainBigEndian(entry, 4, 4);
+        } else if (entry[4] == '\xFE' && !isGps) {
+            failure = "PIC version already up-to-date or newer.";
+        } else if (entry[4] != '\0' && (!isGps || command <= 5)) {
+            failure = "Update or Response Err.";
+        }
+    }
+};
+
+std::string describe(const std::string& failure, std::int64_t mode, std::int64_t version)
+{
+    return failure + " mode " + std::to_string(mode) + " version " + std::to_string(version);
 }
 
 } // namespace
@@ -65,20 +66,24 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     if (size == 0) {
         return 0;
     }
-    PicCommandChannel channel;
-    channel.open();
     const bool isGps = data[0] >= 128;
     const auto command = static_cast<MoxArmControl::PicUpdateCmdType>(data[0] % 16);
     const std::string block = toText(data + 1, std::min(size - 1, std::size_t{4096}));
     deliver(block);
+    resetPicGlobals();
+    PicCommandChannel channel;
+    channel.open();
     bool isAccepted = false;
     const std::string printed = capture([&] {
         isAccepted = channel.sendPicCommand(MoxArmControl::PicDevNone, command, {},
                                             isGps ? checkGpsPicResponse : checkPicResponse);
     });
-    expectSame(printed, plainReply(block, isGps, command));
-    if (isAccepted != (printed.find("PicUpdateErr") == std::string::npos) || Cmd != 255) {
-        std::abort();
-    }
+    const PlainReply plain(block, isGps, command);
+    const std::string expected =
+        plain.failure.empty() ? "" : "PicUpdateErr: " + plain.failure + "\n";
+    expectSame(describe(isAccepted ? "" : printed.substr(printed.find("PicUpdateErr")), GpsPicMode,
+                        GpsPicVersion),
+               describe(expected, plain.mode, plain.version));
+    expectSame(std::to_string(Cmd), "255");
     return 0;
 }

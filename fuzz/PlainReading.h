@@ -17,14 +17,20 @@ inline int plainDigit(char digit)
     return position == std::string::npos ? -1 : static_cast<int>(position % 16);
 }
 
-/// The little-endian number in the four bytes at `position`.
-inline std::uint32_t plainWord(const std::string& bytes, std::size_t position)
+/// The number in `count` bytes, the highest first.
+inline std::uint32_t plainBigEndian(std::string_view bytes, std::size_t position, std::size_t count)
 {
     std::uint32_t value = 0;
-    for (std::size_t i = 4; i-- > 0;) {
-        value = value * 256 + static_cast<std::uint8_t>(bytes[position + i]);
+    for (const char byte : bytes.substr(position, count)) {
+        value = value * 256 + static_cast<std::uint8_t>(byte);
     }
     return value;
+}
+
+/// The number in four bytes, the lowest first.
+inline std::uint32_t plainWord(std::string_view bytes, std::size_t position)
+{
+    return __builtin_bswap32(plainBigEndian(bytes, position, 4));
 }
 
 /// A record of a block, as far as it lies in the block.
@@ -45,32 +51,27 @@ inline std::vector<PlainRecord> plainRecords(const std::string& block)
     return records;
 }
 
-/// A line of a PIC HEX file, read digit by digit.
-struct PlainPicLine {
-    std::vector<std::uint8_t> bytes;
-    std::string failure; ///< empty if there is none
-
-    PlainPicLine(const std::string& line, std::size_t most)
-    {
-        if (line.empty() || line[0] != ':') {
-            failure = "Invalid start character in HEX file.";
-            return;
-        }
-        int high = -1;
-        for (std::size_t i = 1; bytes.size() < most && (i < line.size() || high != -1); ++i) {
-            const char character = i < line.size() ? line[i] : '\0';
-            if (character == '\r' || character == '\n') {
-                return;
-            }
-            const int digit = plainDigit(character);
-            if (digit == -1) {
-                failure = "Invalid byte format in data";
-                return;
-            }
-            if (high != -1) {
-                bytes.push_back(static_cast<std::uint8_t>(high * 16 + digit));
-            }
-            high = high != -1 ? -1 : digit;
-        }
+/// The bytes of a line of a PIC HEX file, at most `most`. Throws a text.
+inline std::string plainPicLine(const std::string& line, std::size_t most)
+{
+    if (line.empty() || line[0] != ':') {
+        throw std::string("Invalid start character in HEX file.");
     }
-};
+    std::string bytes;
+    int high = -1;
+    for (std::size_t i = 1; bytes.size() < most && (i < line.size() || high != -1); ++i) {
+        const char character = line[i]; // a NUL behind the last
+        if (character == '\r' || character == '\n') {
+            break;
+        }
+        const int digit = plainDigit(character);
+        if (digit == -1) {
+            throw std::string("Invalid byte format in data");
+        }
+        if (high != -1) {
+            bytes += static_cast<char>(high * 16 + digit);
+        }
+        high = high == -1 ? digit : -1;
+    }
+    return bytes;
+}
