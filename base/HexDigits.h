@@ -42,7 +42,7 @@ constexpr bool isLineEnd(char character)
     return character == '\r' || character == '\n';
 }
 
-/// Decodes `count` pairs of hexadecimal digits into as many bytes at `out`, at most 1024. Returns
+/// Decodes `count` pairs of hexadecimal digits into as many bytes at `out`, at most 1020. Returns
 /// the bytes' sum modulo 256, or nothing if a character was no digit; `out` holds nothing of use
 /// then.
 ///
