@@ -188,7 +188,7 @@ std::string findOutcomeFault(const std::string& call, const std::string& text)
 {
     std::istringstream stream(text);
     for (std::string field; std::getline(stream, field, ',');) {
-        if (const std::string fault = findFieldFault(call, field); !fault.empty()) {
+        if (std::string fault = findFieldFault(call, field); !fault.empty()) {
             return fault;
         }
     }

@@ -68,8 +68,8 @@ void report(const char* format, ...)
     std::array<char, 1000> text{};
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(text.data(), text.size(), format,
-                   arguments); // NOLINT(clang-analyzer-valist.Uninitialized)
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
+    std::vsnprintf(text.data(), text.size(), format, arguments);
     va_end(arguments);
     writeLine(reportDescriptor, std::string("[simulated instrument] ") + text.data() + "\n");
 }

@@ -29,7 +29,7 @@ std::string takeWord(std::string& rest)
     if (isQuoted && end == std::string::npos) {
         throw ScriptError("a quotation mark is missing");
     }
-    const std::string word = rest.substr(begin, end - begin);
+    std::string word = rest.substr(begin, end - begin);
     rest = end == std::string::npos ? "" : rest.substr(end + begin);
     return word;
 }
@@ -52,7 +52,7 @@ std::string callOfKey(const std::string& key)
 {
     const std::size_t colon = key.rfind(':');
     const bool hasPath = colon != std::string::npos;
-    const std::string call = hasPath ? key.substr(colon + 1) : key;
+    std::string call = hasPath ? key.substr(colon + 1) : key;
     const auto kind = kindOfCall(call);
     if (!kind || hasPath != (kind == CallKind::fileCall)) {
         throw ScriptError("no call has the key \"" + key + "\"");
@@ -173,7 +173,7 @@ void Script::set(const std::string& name, const std::string& value)
 
 Outcome Script::next(const std::string& key)
 {
-    const Outcome outcome = upcoming(key);
+    Outcome outcome = upcoming(key);
     if (hasMore(key)) {
         outcomes[key].pop_front();
     }

@@ -119,9 +119,9 @@ ToolResult ToolTest::runPlainly(const std::string& arguments) const
 ToolResult ToolTest::runCommand(const std::string& command) const
 {
     std::filesystem::remove(folder / "trace");
-    const int status =
-        runShell("cd '" + folder.string() + "' && { " + command + "; } >output 2>errors </dev/null",
-                 timeLimit);
+    // A run that never ends is not to fill the disk.
+    const std::string limits = "ulimit -f 200000; cd '" + folder.string() + "' && { ";
+    const int status = runShell(limits + command + "; } >output 2>errors </dev/null", timeLimit);
     const std::string trace = read("trace");
     return {read("output"), read("errors"), status, splitLines(trace == "(no file)" ? "" : trace)};
 }
