@@ -4,7 +4,12 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
+#include <tuple>
 #include <vector>
+
+/// A table of cases. The first field of a row says what it is about.
+template <class... Fields>
+using Rows = std::vector<std::tuple<const char*, Fields...>>;
 
 inline constexpr int failed = 255;
 
