@@ -2,6 +2,7 @@
 #include "tests/ToolRun.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <random>
 
@@ -89,7 +90,7 @@ TEST_F(ListenerTest, PrintsEveryKindOfEvent)
         expected += row.output;
     }
     EXPECT_EQ(listen(blocks), expected);
-    EXPECT_EQ(result.status, endedFromOutside);
+    EXPECT_EQ(result.status, endedBy(SIGTERM));
 }
 
 TEST_F(ListenerTest, DumpsABlockWithAnUnknownValue)
@@ -202,7 +203,7 @@ TEST_F(ListenerTest, SurvivesRandomBlocks)
         blocks.push_back(block);
     }
     listen(blocks);
-    EXPECT_EQ(result.status, endedFromOutside) << result.errors.substr(0, 2000);
+    EXPECT_EQ(result.status, endedBy(SIGTERM)) << result.errors.substr(0, 2000);
 }
 
 class SensorListenerTest : public ListenerTest {
@@ -255,7 +256,7 @@ TEST_F(TtyListenerTest, PrintsBytesInLinesOfSixteen)
                      "/dev/ttyARM0:select ok timeout ok error=4 ok end\n"),
               "Timed out waiting for BT TTY data\n" + heading + line + "0xAB 0xAB 0xAB 0xAB \n" +
                   heading + line + line + heading);
-    EXPECT_EQ(result.status, endedFromOutside);
+    EXPECT_EQ(result.status, endedBy(SIGTERM));
     EXPECT_NE(result.errors.find("Arm-tty read error: "), std::string::npos);
     const std::vector<std::string> expected{
         "open(/dev/ttyARM0, 2050) = 0",       "select(/dev/ttyARM0, 1.000000) = 1",
