@@ -66,7 +66,7 @@ std::string plainFileName(const std::string& path)
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const std::string path = toText(data, size).c_str(); // as far as a NUL
+    const std::string path = upToNul(toText(data, size));
     std::string actual;
     if (const auto name = parsePicFileName(path)) {
         actual = std::to_string(name->device);
