@@ -45,7 +45,7 @@ struct PlainUpdate {
             std::size_t length = 0;
             for (std::size_t i = 0; i < text.size(); i += length) {
                 length = std::min(text.find('\n', i) - i, std::size_t{199}) + 1;
-                take(plainPicLine(text.substr(i, length).c_str(), 100)); // as far as a NUL
+                take(plainPicLine(upToNul(text.substr(i, length)), 100));
             }
         } catch (const Refusal& reason) {
             refusal = "Error: " + reason.text + "\n";
