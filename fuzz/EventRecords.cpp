@@ -13,6 +13,8 @@
 namespace {
 
 const std::string unknownValue = "*************** Unhandled key/value ";
+const std::string noBatteries = "Error Dumping Bat Events. No Records";
+const std::string noDls = "Error Dumping DLS Events. No Records";
 const std::string wholeBlock = "****************Maybe broken?: ";
 const std::array heads{std::string("Key: "),
                        std::string("Magnetic sensor: "),
@@ -21,6 +23,8 @@ const std::array heads{std::string("Key: "),
                        std::string("charge:"),
                        std::string("id:"),
                        unknownValue,
+                       noBatteries,
+                       noDls,
                        wholeBlock};
 
 std::string line(const std::string& head, std::int64_t number)
@@ -55,6 +59,10 @@ std::string plainLines(const std::string& block)
     std::string lines;
     for (const PlainRecord& record : plainRecords(block)) {
         const std::size_t size = sizes.contains(record.tag) ? sizes.at(record.tag) : maxBlockSize;
+        if (record.payload.size() < size) {
+            lines += record.tag == 0xfeedbe03 ? line(noBatteries, 0) : "";
+            lines += record.tag == 0xfeedbe04 ? line(noDls, 0) : "";
+        }
         for (std::size_t i = 0; i + size <= record.payload.size(); i += size) {
             lines += plainEntry(record.tag, record.payload.substr(i, size));
         }
