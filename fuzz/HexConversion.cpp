@@ -155,7 +155,11 @@ struct PlainConversion {
         carried = data.substr(fitting);
         isCarrying = offset >= chunkSize || !carried.empty();
         printed += isCarrying && offset < chunkSize ? "Write is crossing chunks\n" : "";
-        chunkBytes = isCarrying ? chunkSize : static_cast<std::uint32_t>(offset + fitting);
+        if (isCarrying) {
+            chunkBytes = chunkSize;
+        } else if (offset + fitting != 0) {
+            chunkBytes = static_cast<std::uint32_t>(offset + fitting);
+        }
         runningAddress += static_cast<std::uint32_t>(fitting);
     }
 

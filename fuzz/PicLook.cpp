@@ -75,7 +75,7 @@ private:
             ++lineCounter;
             takeData(plainBigEndian(record, 1, 2), length, record.substr(4));
         } else if (type == 4) {
-            refuseIf(length < 2 || record.size() < 6, "Extended address record without an address");
+            refuseIf(length < 2 || record.size() < 7, "Extended address record without an address");
             area = plainBigEndian(record, 4, 2);
         } else if (type != 1) {
             printed += "Not doing anything with line type " + std::to_string(type) + "\n";
