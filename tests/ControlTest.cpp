@@ -46,12 +46,11 @@ TEST_F(ControlTest, InterfaceWalksThroughTheLibrary)
                             batteryText('R') + "Left Battery Information\n" + batteryText('L') +
                             overlay +
                             "Current lcd state: 1\nCurrent lcd state: 0. Turning LCD back on\n"));
-    const std::vector<std::string> expected{
-        "GetVimbraSwVersion()", "GetArmState()",       "GetPowerStates()",    "GetKeyPadState()",
-        "GetReelState()",       "GetBatInfo()",        "SetReelOverlay(1)",   "usleep(2000000) = 0",
-        "SetReelOverlay(0)",    "usleep(2000000) = 0", "GetLcdEnabled()",     "usleep(2000000) = 0",
-        "SetLcdEnabled(0)",     "GetLcdEnabled()",     "usleep(2000000) = 0", "SetLcdEnabled(1)"};
-    EXPECT_EQ(result.calls, expected);
+    EXPECT_EQ(read("trace"),
+              "GetVimbraSwVersion()\nGetArmState()\nGetPowerStates()\nGetKeyPadState()\n"
+              "GetReelState()\nGetBatInfo()\nSetReelOverlay(1)\nusleep(2000000) = 0\n"
+              "SetReelOverlay(0)\nusleep(2000000) = 0\nGetLcdEnabled()\nusleep(2000000) = 0\n"
+              "SetLcdEnabled(0)\nGetLcdEnabled()\nusleep(2000000) = 0\nSetLcdEnabled(1)\n");
 }
 
 TEST_F(ControlTest, InterfaceGoesOnBehindFailedOperations)
@@ -128,13 +127,12 @@ TEST_F(AuthenticationTest, ReadsRegistersAndPages)
     const ToolResult result = readOut("hex=00C8 count=100 count=60 count=40");
     EXPECT_TRUE(result.gave(head + "Read Certificate Length: 200\n" +
                             pages({{128, 100}, {100, 60}, {40, 40}})));
-    const std::vector<std::string> expected{
-        "Ipad_Auth_Chip_Tx(16, 00)", "Ipad_Auth_Chip_Rx(5, 1)",    "Ipad_Auth_Chip_Rx(0, 1)",
-        "Ipad_Auth_Chip_Rx(1, 1)",   "Ipad_Auth_Chip_Rx(16, 1)",   "Ipad_Auth_Chip_Rx(2, 1)",
-        "Ipad_Auth_Chip_Rx(3, 1)",   "Ipad_Auth_Chip_Rx(4, 1)",    "Ipad_Auth_Chip_Rx(16, 1)",
-        "Ipad_Auth_Chip_Rx(48, 2)",  "Ipad_Auth_Chip_Rx(49, 128)", "Ipad_Auth_Chip_Rx(50, 100)",
-        "Ipad_Auth_Chip_Rx(51, 40)"};
-    EXPECT_EQ(result.calls, expected);
+    EXPECT_EQ(read("trace"),
+              "Ipad_Auth_Chip_Tx(16, 00)\nIpad_Auth_Chip_Rx(5, 1)\nIpad_Auth_Chip_Rx(0, 1)\n"
+              "Ipad_Auth_Chip_Rx(1, 1)\nIpad_Auth_Chip_Rx(16, 1)\nIpad_Auth_Chip_Rx(2, 1)\n"
+              "Ipad_Auth_Chip_Rx(3, 1)\nIpad_Auth_Chip_Rx(4, 1)\nIpad_Auth_Chip_Rx(16, 1)\n"
+              "Ipad_Auth_Chip_Rx(48, 2)\nIpad_Auth_Chip_Rx(49, 128)\nIpad_Auth_Chip_Rx(50, 100)\n"
+              "Ipad_Auth_Chip_Rx(51, 40)\n");
 }
 
 TEST_F(AuthenticationTest, EndsAsTheAnswersSay)
