@@ -43,21 +43,19 @@ TEST_F(ProgrammingTest, SendsEachPacketWithOneWriteAndOneSync)
     const ToolResult result = run("--program-vimbra fw.bin");
     EXPECT_TRUE(result.gave(programming + "Progress: 28\nProgress: 52\nProgress: 76\n"
                                           "Progress: 100\nProgress: 100\n"));
-    const std::string readHeader = "read(fw.bin, 20) = 20\n";
-    const std::string readData = "read(fw.bin, 1024) = 1024\n";
-    const auto send = [&](std::size_t offset, std::size_t size) {
-        return "write(/dev/arm-program, " + toHex(image.substr(offset, size)) +
-               ") = " + std::to_string(size) + "\nfsync(/dev/arm-program) = 0\n";
-    };
-    std::string expected = "open(fw.bin, 0) = 0\n";
-    for (int packet = 0; packet < 3; ++packet) {
-        expected += readHeader + readData;
+    const std::string header = "read(fw.bin, 20) = 20\n";
+    const std::string chunk = "read(fw.bin, 1024) = 1024\n";
+    std::string expected = "open(fw.bin, 0) = 0\n" + header + chunk + header + chunk + header +
+                           chunk + header +
+                           "lseek(fw.bin, 20, 0) = 20\n"
+                           "open(/dev/arm-program, 1) = 0\n";
+    for (std::size_t offset = 0; offset < image.size(); offset += packetSize) {
+        const std::string packet = image.substr(offset, packetSize);
+        expected += (offset == 0 ? chunk : header + (packet.size() == 20 ? "" : chunk)) +
+                    "write(/dev/arm-program, " + toHex(packet) +
+                    ") = " + std::to_string(packet.size()) + "\nfsync(/dev/arm-program) = 0\n";
     }
-    expected += readHeader + "lseek(fw.bin, 20, 0) = 20\nopen(/dev/arm-program, 1) = 0\n";
-    for (std::size_t packet = 0; packet < 3; ++packet) {
-        expected += readData + send(packet * packetSize, packetSize) + readHeader;
-    }
-    expected += send(3 * packetSize, 20) + "close(fw.bin) = 0\nclose(/dev/arm-program) = 0\n";
+    expected += "close(fw.bin) = 0\nclose(/dev/arm-program) = 0\n";
     EXPECT_TRUE(isSame(read("trace"), expected));
     EXPECT_NE(result.errors.find("took 3 of 3 data packets, end marker"), std::string::npos);
 }
@@ -73,10 +71,9 @@ TEST_F(ProgrammingTest, WritesProgressToTheProgressFile)
         lines += "4\n"; // a step of less than one percent
     }
     EXPECT_TRUE(isSame(read("p"), lines + "100\n"));
-    const std::vector<std::string> syncs = result.callsOf({"fsync(p"});
-    ASSERT_EQ(syncs.size(), 124);
-    EXPECT_EQ(syncs[1], "fsync(p, 4) = 0"); // each line is in the file before it is synced
-    EXPECT_EQ(syncs[123], "fsync(p, 250) = 0");
+    // Each line is in the file before it is synced.
+    EXPECT_EQ(result.callsOf({"fsync(p"}).size(), 124);
+    EXPECT_EQ(result.callsOf({"fsync(p, 4)", "fsync(p, 250)"}).size(), 2);
 
     ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
     const std::string program = "--program-vimbra many.bin --progress-file fifo & ";
@@ -96,11 +93,8 @@ TEST_F(ProgrammingTest, ConvertsAHexFileFirst)
                                  "Progress: 31\nProgress: 54\nProgress: 77\nProgress: 100\n"
                                  "Progress: 100\n"));
     EXPECT_TRUE(isSame(read("volatile/Fw.HEX.bin"), image));
-
     write("bad.hex", hexRows(0x08000000, data));
-    const ToolResult bad = run("--program-vimbra bad.hex");
-    EXPECT_EQ(bad.status, failed);
-    EXPECT_EQ(bad.callsOf({"open"}).size(), 0);
+    EXPECT_EQ(run("--program-vimbra bad.hex").callsOf({"open"}).size(), 0);
 }
 
 TEST_F(ProgrammingTest, TellsTheKindOfAFileByItsExtension)
@@ -129,72 +123,74 @@ TEST_F(ProgrammingTest, TellsTheKindOfAFileByItsExtension)
 TEST_F(ProgrammingTest, SendsNothingOfABadImage)
 {
     const std::string none = "No bytes read!\n";
+    const std::string noHeader = "Unable to read header\n";
     const std::string badHeader = opening + "Invalid header\n";
     const std::string tooBig = validating + "Chunk size too big! P:1\n";
+    const std::string badSum = validating + "Invalid checksum at packet: ";
+    const std::string noData = "Not enough actual data. P:";
+    const std::string noNext = "Unable to read packet header: ";
     const auto length = [&](std::uint32_t packet, std::uint32_t value) {
         return patched(packet * packetSize + 12, words({value}));
     };
     const auto count = [&](std::uint32_t value) { return patched(4, words({value})); };
-    const Rows<std::string, std::string, std::string> cases{
-        {"empty", "", opening + none + "Unable to read header\n", ""},
-        {"header cut", image.substr(0, 19), opening + "Unable to read header\n", ""},
-        {"header unreadable", image, opening + errorText(EIO) + "Unable to read header\n",
-         "fw.bin:read error=5"},
-        {"wrong first type", patched(0, "\x1B"), badHeader, ""},
-        {"no packets", count(0), badHeader, ""},
-        {"short first packet", length(0, 1023), badHeader, ""},
-        {"long first packet", length(0, 1025), badHeader, ""},
-        {"no data", image.substr(0, 20), validating + none + "Not enough actual data. P:0\n", ""},
-        {"data cut", image.substr(0, 2000), validating + "Not enough actual data. P:1\n", ""},
-        {"data unreadable", image, validating + errorText(EINTR) + "Not enough actual data. P:1\n",
-         "fw.bin:read ok ok ok error=4"},
-        {"wrong data", patched(2 * packetSize + 20, "?"),
-         validating + "Invalid checksum at packet: 2\n", ""},
-        {"9 bits of checksum", patched(packetSize + 17, "\x01"),
-         validating + "Invalid checksum at packet: 1\n", ""},
-        {"long packet", length(1, 1025), tooBig, ""},
-        {"17 bits of length", length(1, 0x10004), tooBig, ""},
-        {"empty packet", length(1, 0), validating + "Empty packet! P:1\n", ""},
-        {"no end marker", image.substr(0, 3 * packetSize),
-         validating + none + "Unable to read packet header: 2\n", ""},
-        {"end marker cut", image.substr(0, 3 * packetSize + 19),
-         validating + "Unable to read packet header: 2\n", ""},
-        {"fewer packets", count(2), validating + "Binary stream does not contain end marker!\n",
-         ""},
-        {"more packets", count(0xFFFFFFFF), validating + none + "Unable to read packet header: 3\n",
-         ""},
+    const auto cut = [&](std::size_t size) { return image.substr(0, size); };
+    const Rows<std::string, std::string> cases{
+        {"empty", "", opening + none + noHeader},
+        {"header cut", cut(19), opening + noHeader},
+        {"wrong first type", patched(0, "\x1B"), badHeader},
+        {"no packets", count(0), badHeader},
+        {"short first packet", length(0, 1023), badHeader},
+        {"long first packet", length(0, 1025), badHeader},
+        {"no data", cut(20), validating + none + noData + "0\n"},
+        {"data cut", cut(2000), validating + noData + "1\n"},
+        {"wrong data", patched(2 * packetSize + 20, "?"), badSum + "2\n"},
+        {"9 bits of checksum", patched(packetSize + 17, "\x01"), badSum + "1\n"},
+        {"long packet", length(1, 1025), tooBig},
+        {"17 bits of length", length(1, 0x10004), tooBig},
+        {"empty packet", length(1, 0), validating + "Empty packet! P:1\n"},
+        {"no end marker", cut(3 * packetSize), validating + none + noNext + "2\n"},
+        {"end marker cut", cut(3 * packetSize + 19), validating + noNext + "2\n"},
+        {"fewer packets", count(2), validating + "Binary stream does not contain end marker!\n"},
+        {"more packets", count(0xFFFFFFFF), validating + none + noNext + "3\n"},
     };
-    for (const auto& [what, content, output, script] : cases) {
+    const std::string program = "--program-vimbra fw.bin";
+    for (const auto& [what, content, output] : cases) {
         write("fw.bin", content);
-        const ToolResult result = run("--program-vimbra fw.bin", script);
+        const ToolResult result = run(program);
         EXPECT_TRUE(result.gave(output, failed)) << what;
         EXPECT_EQ(result.callsOf({"open(/dev", "write"}).size(), 0) << what;
     }
+    write("fw.bin", image);
+    EXPECT_TRUE(
+        run(program, "fw.bin:read error=5").gave(opening + errorText(EIO) + noHeader, failed));
+    EXPECT_TRUE(run(program, "fw.bin:read ok ok ok error=4")
+                    .gave(validating + errorText(EINTR) + noData + "1\n", failed));
 }
 
 TEST_F(ProgrammingTest, ReportsWhatFailsOnTheWay)
 {
-    const std::string validated = "fw.bin:read ok ok ok ok ok ok ok "; // the first pass
+    const std::string reads = "fw.bin:read ok ok ok ok ok ok ok "; // the first pass
+    const std::string writes = "/dev/arm-program:write ";
     const std::string failedAt = "Failed writing to dev node at packet: ";
-    const Rows<std::string, std::size_t> cases{
+    const std::vector<std::tuple<std::string, std::string, std::size_t>> cases{
+        // the script, the last lines, the packets sent
         {"/dev/arm-program:open error=2", "Failed opening program interface\n", 0},
-        {"/dev/arm-program:write error=5", errorText(EIO) + failedAt + "0\n", 1},
-        {"/dev/arm-program:write ok count=0", "No bytes written!\n" + failedAt + "1\n", 2},
-        {"/dev/arm-program:write ok ok count=1043", failedAt + "2\n", 3},
-        {"/dev/arm-program:write ok ok ok count=19", failedAt + "3\n", 4},
-        {"flip=5", "Invalid checksum at packet: 0\n", 0},
-        {"ok flip=13", "Chunk size too big! P:1\n", 1},
-        {"ok ok count=7", "Not enough actual data. P:1\n", 1},
-        {"ok ok ok error=5", errorText(EIO) + "Unable to read packet header: 1\n", 2},
-        {"ok ok ok ok ok flip=0", "Empty packet! P:3\n", 3},
+        {writes + "error=5", errorText(EIO) + failedAt + "0\n", 1},
+        {writes + "ok count=0", "No bytes written!\n" + failedAt + "1\n", 2},
+        {writes + "ok ok count=1043", failedAt + "2\n", 3},
+        {writes + "ok ok ok count=19", failedAt + "3\n", 4},
+        {reads + "flip=5", "Invalid checksum at packet: 0\n", 0},
+        {reads + "ok flip=13", "Chunk size too big! P:1\n", 1},
+        {reads + "ok ok count=7", "Not enough actual data. P:1\n", 1},
+        {reads + "ok ok ok error=5", errorText(EIO) + "Unable to read packet header: 1\n", 2},
+        {reads + "ok ok ok ok ok flip=0", "Empty packet! P:3\n", 3},
     };
-    for (const auto& [outcome, ending, writes] : cases) {
-        const ToolResult result =
-            run("--program-vimbra fw.bin", (*outcome == '/' ? "" : validated) + outcome);
-        EXPECT_TRUE(result.output.starts_with(programming)) << outcome;
-        EXPECT_TRUE(result.output.ends_with(ending)) << outcome << result.output;
-        EXPECT_EQ(result.status, failed) << outcome;
-        EXPECT_EQ(result.callsOf({"write"}).size(), writes) << outcome;
+    for (const auto& [script, ending, sent] : cases) {
+        const ToolResult result = run("--program-vimbra fw.bin", script);
+        EXPECT_TRUE(result.output.starts_with(programming)) << script;
+        EXPECT_TRUE(result.output.ends_with(ending)) << script << result.output;
+        EXPECT_EQ(result.status, failed) << script;
+        EXPECT_EQ(result.callsOf({"write"}).size(), sent) << script;
     }
     // An end marker may stand in front of other packets; what the device makes of them is its own.
     write("fw.bin", image.substr(0, packetSize) + imagePacket(0xFEED001C, 0, 0, "") +
