@@ -7,11 +7,14 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <sstream>
 
 namespace {
 
 const std::string unknownValue = "*************** Unhandled key/value ";
+const std::string noBatteries = "Error Dumping Bat Events. No Records";
+const std::string noDls = "Error Dumping DLS Events. No Records";
 const std::string wholeBlock = "****************Maybe broken?: ";
 const std::array heads{std::string("Key: "),
                        std::string("Magnetic sensor: "),
@@ -20,6 +23,8 @@ const std::array heads{std::string("Key: "),
                        std::string("charge:"),
                        std::string("id:"),
                        unknownValue,
+                       noBatteries,
+                       noDls,
                        wholeBlock};
 
 std::string line(const std::string& head, std::int64_t number)
@@ -49,13 +54,17 @@ std::string plainEntry(std::uint32_t tag, const std::string& entry)
 /// The lines that begin with one of the heads, as far as the decimal number behind it.
 std::string plainLines(const std::string& block)
 {
+    const std::map<std::uint32_t, std::size_t> sizes{
+        {0xfeedbe01, 12}, {0xfeedbe02, 8}, {0xfeedbe03, 80}, {0xfeedbe04, 8}};
     std::string lines;
     for (const PlainRecord& record : plainRecords(block)) {
-        const std::size_t size = record.tag == 0xfeedbe01 ? 12 : record.tag == 0xfeedbe03 ? 80 : 8;
+        const std::size_t size = sizes.contains(record.tag) ? sizes.at(record.tag) : maxBlockSize;
+        if (record.payload.size() < size) {
+            lines += record.tag == 0xfeedbe03 ? line(noBatteries, 0) : "";
+            lines += record.tag == 0xfeedbe04 ? line(noDls, 0) : "";
+        }
         for (std::size_t i = 0; i + size <= record.payload.size(); i += size) {
-            if (record.tag - 0xfeedbe01 < 4) {
-                lines += plainEntry(record.tag, record.payload.substr(i, size));
-            }
+            lines += plainEntry(record.tag, record.payload.substr(i, size));
         }
     }
     const bool hasUnknown = lines.find(unknownValue) != std::string::npos;
@@ -66,7 +75,7 @@ std::string plainLines(const std::string& block)
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const std::string block = toText(data, std::min(size, std::size_t{4096}));
+    const std::string block = toText(data, std::min(size, maxBlockSize));
     deliver(block);
     std::istringstream printed(capture([] { ArmEventTestTask().run(); }));
     std::string lines;

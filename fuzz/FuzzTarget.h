@@ -19,6 +19,12 @@ inline std::string toText(const std::uint8_t* data, std::size_t size)
     return {reinterpret_cast<const char*>(data), size};
 }
 
+/// The text as far as a NUL.
+inline std::string upToNul(const std::string& text)
+{
+    return text.substr(0, text.find('\0'));
+}
+
 /// Ends the process, after showing both, if the texts differ.
 inline void expectSame(const std::string& actual, const std::string& expected)
 {
@@ -42,7 +48,7 @@ std::string capture(Function run)
     stdout = output;
     stderr = errors;
     std::fclose(memory);
-    const std::string printed(text, size);
+    std::string printed(text, size);
     std::free(text);
     return printed;
 }

@@ -155,7 +155,11 @@ struct PlainConversion {
         carried = data.substr(fitting);
         isCarrying = offset >= chunkSize || !carried.empty();
         printed += isCarrying && offset < chunkSize ? "Write is crossing chunks\n" : "";
-        chunkBytes = isCarrying ? chunkSize : static_cast<std::uint32_t>(offset + fitting);
+        if (isCarrying) {
+            chunkBytes = chunkSize;
+        } else if (offset + fitting != 0) {
+            chunkBytes = static_cast<std::uint32_t>(offset + fitting);
+        }
         runningAddress += static_cast<std::uint32_t>(fitting);
     }
 
@@ -200,20 +204,30 @@ std::string withoutPlace(std::string printed)
                : printed.erase(place, printed.find("): ", place) + 3 - place);
 }
 
-/// Gives each line of ten digits and more the checksum that fits, which a fuzzer hardly finds.
+/// Writes two hexadecimal digits.
+void putByte(std::string& text, std::size_t position, std::size_t value)
+{
+    constexpr const char* digits = "0123456789abcdef";
+    text[position] = digits[value / 16 % 16];
+    text[position + 1] = digits[value % 16];
+}
+
+/// Gives each line of ten digits and more the byte count and the checksum that fit, which a fuzzer
+/// hardly finds.
 std::string repaired(std::string text)
 {
     for (std::size_t i = text.find(':'); i != std::string::npos; i = text.find(':', i + 1)) {
-        const std::size_t digits =
-            std::min(text.find_first_not_of("0123456789abcdefABCDEF", i + 1), text.size()) - i - 1;
-        int sum = 0;
-        for (std::size_t at = i + 1; at + 3 < i + digits; at += 2) {
-            sum -= plainDigit(text[at]) * 16 + plainDigit(text[at + 1]);
+        const std::size_t stop = text.find_first_not_of("0123456789abcdefABCDEF", i + 1);
+        const std::size_t pairs = (std::min(stop, text.size()) - i - 1) / 2;
+        if (pairs < 5) {
+            continue;
         }
-        if (digits >= 10 && digits % 2 == 0) {
-            text[i + digits - 1] = "0123456789ABCDEF"[(sum & 0xF0) / 16];
-            text[i + digits] = "0123456789ABCDEF"[sum & 0xF];
+        putByte(text, i + 1, pairs - 5);
+        std::size_t sum = 0;
+        for (std::size_t at = i + 1; at < i + 2 * pairs - 1; at += 2) {
+            sum -= static_cast<std::size_t>(plainDigit(text[at]) * 16 + plainDigit(text[at + 1]));
         }
+        putByte(text, i + 2 * pairs - 1, sum);
     }
     return text;
 }

@@ -4,7 +4,8 @@
 #include "fuzz/FuzzTarget.h"
 
 #include <algorithm>
-#include <limits>
+#include <climits>
+#include <cstdlib>
 
 namespace {
 
@@ -23,17 +24,9 @@ std::string plainVersion(const std::string& name, std::size_t position)
     if (position == none) {
         return " 0";
     }
-    std::size_t i = std::min(name.find_first_not_of(" \t\n\v\f\r", position), name.size());
-    const bool isNegative = name[i] == '-';
-    i += isNegative || name[i] == '+' ? 1 : 0;
-    const std::uint64_t limit =
-        std::uint64_t{std::numeric_limits<long>::max()} + (isNegative ? 1 : 0);
-    std::uint64_t value = 0;
-    for (; name[i] >= '0' && name[i] <= '9'; ++i) {
-        const auto digit = static_cast<std::uint64_t>(name[i] - '0');
-        value = value > (limit - digit) / 10 ? limit : value * 10 + digit;
-    }
-    return " " + std::to_string((isNegative ? 0 - value : value) % 0x10000);
+    const long long number = std::strtoll(name.c_str() + position, nullptr, 10);
+    const auto limited = std::clamp<long long>(number, LONG_MIN, LONG_MAX);
+    return " " + std::to_string(static_cast<std::uint16_t>(limited));
 }
 
 /// Device and versions, or nothing.
@@ -73,7 +66,7 @@ std::string plainFileName(const std::string& path)
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const std::string path = toText(data, size).c_str(); // as far as a NUL
+    const std::string path = upToNul(toText(data, size));
     std::string actual;
     if (const auto name = parsePicFileName(path)) {
         actual = std::to_string(name->device);

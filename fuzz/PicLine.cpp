@@ -7,7 +7,7 @@
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::string input = toText(data, size) + '\0';
-    const std::string line = input.substr(1).c_str(); // as far as a NUL
+    const std::string line = upToNul(input.substr(1));
     const auto most = static_cast<std::uint8_t>(input[0]);
     std::vector<std::uint8_t> bytes(most + 1U); // not empty, for null is no buffer
     std::string actual;

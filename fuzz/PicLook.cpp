@@ -45,7 +45,7 @@ struct PlainUpdate {
             std::size_t length = 0;
             for (std::size_t i = 0; i < text.size(); i += length) {
                 length = std::min(text.find('\n', i) - i, std::size_t{199}) + 1;
-                take(plainPicLine(text.substr(i, length).c_str(), 100)); // as far as a NUL
+                take(plainPicLine(upToNul(text.substr(i, length)), 100));
             }
         } catch (const Refusal& reason) {
             refusal = "Error: " + reason.text + "\n";
@@ -75,7 +75,7 @@ private:
             ++lineCounter;
             takeData(plainBigEndian(record, 1, 2), length, record.substr(4));
         } else if (type == 4) {
-            refuseIf(length < 2 || record.size() < 6, "Extended address record without an address");
+            refuseIf(length < 2 || record.size() < 7, "Extended address record without an address");
             area = plainBigEndian(record, 4, 2);
         } else if (type != 1) {
             printed += "Not doing anything with line type " + std::to_string(type) + "\n";

@@ -68,7 +68,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     }
     const bool isGps = data[0] >= 128;
     const auto command = static_cast<MoxArmControl::PicUpdateCmdType>(data[0] % 16);
-    const std::string block = toText(data + 1, std::min(size - 1, std::size_t{4096}));
+    const std::string block = toText(data + 1, std::min(size - 1, maxBlockSize));
     deliver(block);
     resetPicGlobals();
     PicCommandChannel channel;

@@ -9,7 +9,7 @@
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    simulator::Script script = simulator::Script::instance();
+    simulator::Script script;
     const std::string text = toText(data, size);
     try {
         std::istringstream lines(text);

@@ -33,6 +33,9 @@ Call::~Call()
     if (planned.has("kill")) {
         std::raise(SIGKILL);
     }
+    if (planned.has("signal")) {
+        std::raise(static_cast<int>(planned.number("signal", 0)));
+    }
 }
 
 std::string Call::nameError(int error)

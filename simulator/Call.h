@@ -14,7 +14,7 @@ public:
     /// `key` is that of the script; `text` is how the trace shows the call.
     Call(const std::string& key, const std::string& text);
 
-    /// Ends the process if this is the call behind which it is to be killed.
+    /// Sends the process the signal that it is to get behind this call.
     ~Call();
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;

@@ -8,8 +8,10 @@
 #include "simulator/Call.h"
 #include "simulator/Instrument.h"
 #include "simulator/Report.h"
+#include "simulator/Script.h"
 
 #include <algorithm>
+#include <dlfcn.h>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -74,6 +76,22 @@ std::vector<Value> pickAll(const Outcome& outcome, const char* name, std::vector
 void reportSwitch(const char* what, bool on)
 {
     report("%s %s", what, on ? "on" : "off");
+}
+
+/// What a 32-bit variable holds that the program exports under this name.
+std::string showGlobal(const char* name)
+{
+    const auto* const value = static_cast<const std::uint32_t*>(dlsym(RTLD_DEFAULT, name));
+    return std::string(name) + " " + (value != nullptr ? std::to_string(*value) : "is missing");
+}
+
+/// Shows what the library can see of an update, if a setting asks for it.
+void reportGlobals()
+{
+    if (simulator::Script::instance().setting("globals") == "shown") {
+        report("%s, %s, %s", showGlobal("Cmd").c_str(), showGlobal("GpsPicMode").c_str(),
+               showGlobal("GpsPicVersion").c_str());
+    }
 }
 
 } // namespace
@@ -220,6 +238,7 @@ bool MoxArmControl::Pic_Update_Comm_Tx(PicUpdateDevType device, PicUpdateCmdType
                                        int length, unsigned char* data)
 {
     const Bytes payload(data, data + length);
+    reportGlobals();
     const Operation call("Pic_Update_Comm_Tx", std::to_string(device) + ", " +
                                                    std::to_string(command) + ", " +
                                                    simulator::toHex(data, payload.size()));

@@ -17,7 +17,7 @@ struct FieldRule {
     Form form;
 };
 
-constexpr std::array<FieldRule, 26> fieldRules{{
+constexpr std::array<FieldRule, 27> fieldRules{{
     {"ok", Form::flag},       {"kill", Form::flag},        {"kill-before", Form::flag},
     {"throw", Form::text},    {"throw-other", Form::flag}, {"false", Form::flag},
     {"unfilled", Form::flag}, {"text", Form::text},        {"hex", Form::hexadecimal},
@@ -26,7 +26,7 @@ constexpr std::array<FieldRule, 26> fieldRules{{
     {"value", Form::number},  {"vertical", Form::number},  {"horizontal", Form::number},
     {"states", Form::digits}, {"keys", Form::digits},      {"leds", Form::digits},
     {"error", Form::number},  {"short", Form::flag},       {"flip", Form::number},
-    {"timeout", Form::flag},  {"end", Form::flag},
+    {"timeout", Form::flag},  {"end", Form::flag},         {"signal", Form::number},
 }};
 
 /// The fields that a call knows beside those that every call, and every operation, knows.
@@ -36,7 +36,7 @@ struct CallRule {
     std::string_view fields;
 };
 
-constexpr std::string_view everyCall = "ok kill kill-before";
+constexpr std::string_view everyCall = "ok kill kill-before signal";
 constexpr std::string_view everyOperation = "throw throw-other";
 
 constexpr std::array<CallRule, 28> callRules{{

@@ -49,6 +49,10 @@ const std::vector<SettingRule>& settingRules()
          [](const std::string& value) {
              return isOneOf(value, {"real", "fast"});
          }},
+        {"globals", "hidden", "hidden or shown",
+         [](const std::string& value) {
+             return isOneOf(value, {"hidden", "shown"});
+         }},
         {"fail", "none", "\"K OUTCOME\", or none",
          [](const std::string& value) { return value == "none" || parseFailure(value); }},
     };

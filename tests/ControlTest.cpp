@@ -11,8 +11,7 @@ const std::string interfaceHead = "Running task: Arm-interface test\nGetting Ver
 std::string batteryRecord(char type)
 {
     return std::string(6, 'x') + type + '\0' + "SERIAL7890123" + "DATE5678901" +
-           littleEndian32(4000000000U) + littleEndian32(17) + fromHex("01000200FFFF04000500") +
-           "xx";
+           words({4000000000U, 17}) + fromHex("01000200FFFF04000500") + "xx";
 }
 
 std::string batteryText(char type)
@@ -36,61 +35,52 @@ TEST_F(ControlTest, InterfaceWalksThroughTheLibrary)
                            "GetKeyPadState keys=010,leds=02\n"
                            "GetReelState mode=3,count=-7,sonde=1,atex=1,false\n"
                            "GetBatInfo hex=" +
-                               toHex(batteryRecord('R') + batteryRecord('L')) +
-                               "\nGetLcdEnabled value=0 value=1\n");
-    EXPECT_EQ(result.output,
-              interfaceHead +
-                  "7.1\nGetting state: Mode: -2 Powerup Key: 5 Flt State: 0xbeef\n"
-                  "Getting power states: States: 0:1 1:0 \n"
-                  "Keypad:\n\tKey: 0 State: 0\n\tKey: 1 State: 1\n\tKey: 2 State: 0\n\n"
-                  "\tLed: 0 State: 0\n\tLed: 1 State: 2\n"
-                  "Count:\n\tMode: 3 Count value: -7 Sonde State: 1 ATEX Modee: 1\n"
-                  "Getting Battery info\nRight Battery Information\n" +
-                  batteryText('R') + "Left Battery Information\n" + batteryText('L') + overlay +
-                  "Current lcd state: 0\nCurrent lcd state: 1. Turning LCD back on\n");
-    EXPECT_EQ(result.status, 0);
-    const std::vector<std::string> expected{
-        "GetVimbraSwVersion()", "GetArmState()",       "GetPowerStates()",    "GetKeyPadState()",
-        "GetReelState()",       "GetBatInfo()",        "SetReelOverlay(1)",   "usleep(2000000) = 0",
-        "SetReelOverlay(0)",    "usleep(2000000) = 0", "GetLcdEnabled()",     "usleep(2000000) = 0",
-        "SetLcdEnabled(1)",     "GetLcdEnabled()",     "usleep(2000000) = 0", "SetLcdEnabled(1)"};
-    EXPECT_EQ(result.calls, expected);
+                               toHex(batteryRecord('R') + batteryRecord('L')) + "\n");
+    EXPECT_TRUE(result.gave(interfaceHead +
+                            "7.1\nGetting state: Mode: -2 Powerup Key: 5 Flt State: 0xbeef\n"
+                            "Getting power states: States: 0:1 1:0 \n"
+                            "Keypad:\n\tKey: 0 State: 0\n\tKey: 1 State: 1\n\tKey: 2 State: 0\n\n"
+                            "\tLed: 0 State: 0\n\tLed: 1 State: 2\n"
+                            "Count:\n\tMode: 3 Count value: -7 Sonde State: 1 ATEX Modee: 1\n"
+                            "Getting Battery info\nRight Battery Information\n" +
+                            batteryText('R') + "Left Battery Information\n" + batteryText('L') +
+                            overlay +
+                            "Current lcd state: 1\nCurrent lcd state: 0. Turning LCD back on\n"));
+    EXPECT_EQ(read("trace"),
+              "GetVimbraSwVersion()\nGetArmState()\nGetPowerStates()\nGetKeyPadState()\n"
+              "GetReelState()\nGetBatInfo()\nSetReelOverlay(1)\nusleep(2000000) = 0\n"
+              "SetReelOverlay(0)\nusleep(2000000) = 0\nGetLcdEnabled()\nusleep(2000000) = 0\n"
+              "SetLcdEnabled(0)\nGetLcdEnabled()\nusleep(2000000) = 0\nSetLcdEnabled(1)\n");
 }
 
 TEST_F(ControlTest, InterfaceGoesOnBehindFailedOperations)
 {
     const ToolResult result =
         run("--interface", "GetVimbraSwVersion text=\nGetArmState false\nGetPowerStates false\n"
-                           "GetKeyPadState false\nGetReelState mode=0,count=0,sonde=0,atex=0\n"
-                           "GetBatInfo false\nGetLcdEnabled \"throw=no display\"\n");
-    EXPECT_EQ(result.output, interfaceHead +
-                                 "\nGetting state: failed\n"
-                                 "Getting power states: failed\n"
-                                 "Keypad:\n\tFailed getting keypad state\n"
-                                 "Count:\n\tMode: 0 Count value: 0 Sonde State: 0 "
-                                 "ATEX Modee: 0\nGetting Battery info\n" +
-                                 overlay + "Error: no display\n");
-    EXPECT_EQ(result.status, 0);
+                           "GetKeyPadState false\nGetReelState unfilled,false\nGetBatInfo false\n"
+                           "GetLcdEnabled value=0 \"throw=no display\"\n");
+    EXPECT_TRUE(result.gave(interfaceHead +
+                            "\nGetting state: failed\nGetting power states: failed\n"
+                            "Keypad:\n\tFailed getting keypad state\n"
+                            "Count:\n\tMode: 0 Count value: 0 Sonde State: 0 ATEX Modee: 0\n"
+                            "Getting Battery info\n" +
+                            overlay + "Current lcd state: 0\nError: no display\n"));
+    EXPECT_EQ(result.callsOf({"SetLcd"}), std::vector<std::string>{"SetLcdEnabled(1)"});
 }
 
 /// Lets each library call of the exercise throw in turn.
 TEST_F(ControlTest, InterfaceCatchesOnlyWhatTheDisplayThrows)
 {
-    const std::vector<std::string> unguarded{
-        "GetVimbraSwVersion", "GetArmState", "GetPowerStates", "GetKeyPadState",
-        "GetReelState",       "GetBatInfo",  "SetReelOverlay", "SetReelOverlay ok"};
-    for (const std::string& call : unguarded) {
+    for (const std::string call :
+         {"GetVimbraSwVersion", "GetArmState", "GetPowerStates", "GetKeyPadState", "GetReelState",
+          "GetBatInfo", "SetReelOverlay", "SetReelOverlay ok", "GetLcdEnabled", "SetLcdEnabled",
+          "GetLcdEnabled ok", "SetLcdEnabled ok"}) {
+        const bool isGuarded = call.find("Lcd") != std::string::npos;
         const ToolResult result = run("--interface", call + " throw=text\n");
-        EXPECT_TRUE(result.output.ends_with("Caught unknown error\n")) << call;
-        EXPECT_EQ(result.status, failed) << call;
+        EXPECT_TRUE(result.output.ends_with(isGuarded ? "Error: text\n" : "Caught unknown error\n"))
+            << call;
+        EXPECT_EQ(result.status, isGuarded ? 0 : failed) << call;
         EXPECT_TRUE(result.lastCall().starts_with(call.substr(0, call.find(' ')))) << call;
-    }
-    const std::vector<std::string> guarded{"GetLcdEnabled", "SetLcdEnabled", "GetLcdEnabled ok",
-                                           "SetLcdEnabled ok"};
-    for (const std::string& call : guarded) {
-        const ToolResult result = run("--interface", call + " throw=text\n");
-        EXPECT_TRUE(result.output.ends_with("Error: text\n")) << call;
-        EXPECT_EQ(result.status, 0) << call;
         EXPECT_EQ(run("--interface", call + " throw-other\n").status, failed) << call;
     }
 }
@@ -98,11 +88,10 @@ TEST_F(ControlTest, InterfaceCatchesOnlyWhatTheDisplayThrows)
 TEST_F(ControlTest, VersionShowsTheTextAsItComes)
 {
     const std::string head = "Running task: Arm-gen_util test\n";
-    EXPECT_EQ(run("--version", "GetVimbraSwVersion \"text=a % b\"\n").output,
-              head + "Vimbra Version: a % b\n");
-    const ToolResult thrown = run("--version --progress-file p", "GetVimbraSwVersion throw=x\n");
-    EXPECT_EQ(thrown.output, head + "Caught unknown error\n");
-    EXPECT_EQ(thrown.status, failed);
+    EXPECT_TRUE(run("--version", "GetVimbraSwVersion \"text=a % b\"\n")
+                    .gave(head + "Vimbra Version: a % b\n"));
+    EXPECT_TRUE(run("--version --progress-file p", "GetVimbraSwVersion throw=x\n")
+                    .gave(head + "Caught unknown error\n", failed));
 }
 
 class AuthenticationTest : public ToolTest {
@@ -110,11 +99,9 @@ protected:
     /// Runs the read-out with answers to the reads behind the eight status registers.
     ToolResult readOut(const std::string& answers)
     {
-        std::string status;
-        for (int reg = 0; reg < 8; ++reg) {
-            status += "hex=F" + std::to_string(reg) + " ";
-        }
-        return run("--comm-listen", "Ipad_Auth_Chip_Rx " + status + answers + "\n");
+        return run("--comm-listen", "Ipad_Auth_Chip_Rx hex=F0 hex=F1 hex=F2 hex=F3 hex=F4 hex=F5 "
+                                    "hex=F6 hex=F7 " +
+                                        answers);
     }
 
     const std::string head = "Running task: Arm-comm test\nWriting Status Byte\n"
@@ -124,57 +111,70 @@ protected:
                              "Read Auth Control/Status: F7\n";
 };
 
-std::string page(int wanted, int fetched)
+std::string pages(const std::vector<std::pair<int, int>>& wantedAndFetched)
 {
-    const std::string size = std::to_string(wanted);
-    return "[MFI] Cert try to read " + size + " bytes\n[MFI] Was able to fetch " +
-           std::to_string(fetched) + " of " + size + " bytes\n";
+    std::string text;
+    for (const auto& [wanted, fetched] : wantedAndFetched) {
+        const std::string size = std::to_string(wanted) + " bytes\n";
+        text += "[MFI] Cert try to read " + size + "[MFI] Was able to fetch " +
+                std::to_string(fetched) + " of " + size;
+    }
+    return text;
 }
 
 TEST_F(AuthenticationTest, ReadsRegistersAndPages)
 {
     const ToolResult result = readOut("hex=00C8 count=100 count=60 count=40");
-    EXPECT_EQ(result.output, head + "Read Certificate Length: 200\n" + page(128, 100) +
-                                 page(100, 60) + page(40, 40));
-    EXPECT_EQ(result.status, 0);
-    const std::vector<std::string> expected{
-        "Ipad_Auth_Chip_Tx(16, 00)", "Ipad_Auth_Chip_Rx(5, 1)",    "Ipad_Auth_Chip_Rx(0, 1)",
-        "Ipad_Auth_Chip_Rx(1, 1)",   "Ipad_Auth_Chip_Rx(16, 1)",   "Ipad_Auth_Chip_Rx(2, 1)",
-        "Ipad_Auth_Chip_Rx(3, 1)",   "Ipad_Auth_Chip_Rx(4, 1)",    "Ipad_Auth_Chip_Rx(16, 1)",
-        "Ipad_Auth_Chip_Rx(48, 2)",  "Ipad_Auth_Chip_Rx(49, 128)", "Ipad_Auth_Chip_Rx(50, 100)",
-        "Ipad_Auth_Chip_Rx(51, 40)"};
-    EXPECT_EQ(result.calls, expected);
+    EXPECT_TRUE(result.gave(head + "Read Certificate Length: 200\n" +
+                            pages({{128, 100}, {100, 60}, {40, 40}})));
+    EXPECT_EQ(read("trace"),
+              "Ipad_Auth_Chip_Tx(16, 00)\nIpad_Auth_Chip_Rx(5, 1)\nIpad_Auth_Chip_Rx(0, 1)\n"
+              "Ipad_Auth_Chip_Rx(1, 1)\nIpad_Auth_Chip_Rx(16, 1)\nIpad_Auth_Chip_Rx(2, 1)\n"
+              "Ipad_Auth_Chip_Rx(3, 1)\nIpad_Auth_Chip_Rx(4, 1)\nIpad_Auth_Chip_Rx(16, 1)\n"
+              "Ipad_Auth_Chip_Rx(48, 2)\nIpad_Auth_Chip_Rx(49, 128)\nIpad_Auth_Chip_Rx(50, 100)\n"
+              "Ipad_Auth_Chip_Rx(51, 40)\n");
 }
 
 TEST_F(AuthenticationTest, EndsAsTheAnswersSay)
 {
-    const std::string attempt = "[MFI] Cert try to read 1 bytes\n";
-    struct Case {
-        const char* answers;
-        std::string output;
-        int status;
+    const std::string noLength = "Invalid Length read for MFI Certificate\n";
+    const std::string one = "Read Certificate Length: 1\n";
+    const std::string attempt = one + "[MFI] Cert try to read 1 bytes\n";
+    const std::string noPage = attempt + "[MFI] Auth failed reading\n";
+    const auto wrongLength = [](const char* length) {
+        return std::string("Invalid Length (") + length + ") read for MFI Certificate\n";
     };
-    const std::vector<Case> cases{
+    const Rows<std::string, int> cases{
+        // the answers, the output, the status
         {"false", "Ipad Auth Read Fail\n", 0},
-        {"count=0", "Invalid Length read for MFI Certificate\n", failed},
-        {"count=-1", "Invalid Length read for MFI Certificate\n", failed},
-        {"hex=0400", "Invalid Length (1024) read for MFI Certificate\n", failed},
-        {"hex=FFFF", "Invalid Length (65535) read for MFI Certificate\n", failed},
+        {"count=0", noLength, failed},
+        {"count=-1", noLength, failed},
+        {"unfilled", wrongLength("63232"), failed}, // the count and the byte read before
+        {"hex=0400", wrongLength("1024"), failed},
+        {"hex=FFFF", wrongLength("65535"), failed},
         {"hex=0000", "Read Certificate Length: 0\n", 0},
-        {"hex=0001 false",
-         "Read Certificate Length: 1\n" + attempt + "Ipad_Auth_Chip_Rx() Failed.\n", failed},
-        {"hex=0001 count=0",
-         "Read Certificate Length: 1\n" + attempt + "[MFI] Auth failed reading\n", failed},
-        {"hex=0001 count=-5",
-         "Read Certificate Length: 1\n" + attempt + "[MFI] Auth failed reading\n", failed},
-        {"hex=0001 count=9", "Read Certificate Length: 1\n" + page(1, 9), 0},
+        {"hex=03FF",
+         "Read Certificate Length: 1023\n" + pages(std::vector(7, std::pair(128, 128))) +
+             pages({{127, 127}}),
+         0},
+        {"hex=0001 false", attempt + "Ipad_Auth_Chip_Rx() Failed.\n", failed},
+        {"hex=0001 count=0", noPage, failed},
+        {"hex=0001 count=-5", noPage, failed},
+        {"hex=0001 count=9", one + pages({{1, 9}}), 0},
+        {"hex=0001 unfilled", one + pages({{1, 2}}), 0}, // the count of the length
         {"throw=x", "Caught unknown error\n", failed},
     };
-    for (const Case& row : cases) {
-        const ToolResult result = readOut(row.answers);
-        EXPECT_EQ(result.output, head + row.output) << row.answers;
-        EXPECT_EQ(result.status, row.status) << row.answers;
+    for (const auto& [answers, output, status] : cases) {
+        EXPECT_TRUE(readOut(answers).gave(head + output, status)) << answers;
     }
+    const ToolResult unreadable =
+        run("--comm-listen", "Ipad_Auth_Chip_Tx false\nIpad_Auth_Chip_Rx unfilled,false hex=A1 "
+                             "unfilled,false false\n");
+    EXPECT_NE(unreadable.output.find("Status: 00\nRead Device Version: A1\n"
+                                     "Read Firmware Version: A1\nRead Control/Status: 10\n"),
+              std::string::npos)
+        << unreadable.output;
+    EXPECT_EQ(unreadable.status, 0);
 }
 
 } // namespace

@@ -1,41 +1,118 @@
 #pragma once
 
+#include <algorithm>
+#include <cctype>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <numeric>
+#include <random>
 #include <string>
 #include <vector>
 
 // Firmware files as the tests make them, byte by byte and without the tool's own code.
 
-/// One line of an Intel HEX file.
-std::string hexRecord(unsigned int type, unsigned int address, const std::string& data);
-
+inline constexpr std::size_t chunkSize = 1024;            ///< data bytes of a packet
+inline constexpr std::size_t packetSize = 20 + chunkSize; ///< of a firmware image
 inline const std::string hexEnd = ":00000001FF\n";
+
+/// Hexadecimal digits, in lower case, and back.
+inline std::string toHex(const std::string& bytes)
+{
+    std::string digits;
+    for (const char byte : bytes) {
+        char pair[3];
+        std::snprintf(pair, sizeof(pair), "%02x", static_cast<unsigned char>(byte));
+        digits += pair;
+    }
+    return digits;
+}
+
+inline std::string fromHex(const std::string& digits)
+{
+    std::string bytes;
+    for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
+        bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+    }
+    return bytes;
+}
+
+inline std::string bigEndian16(unsigned int value)
+{
+    return {static_cast<char>(value >> 8), static_cast<char>(value)};
+}
+
+/// Numbers of 32 bits, little-endian.
+inline std::string words(const std::vector<std::uint32_t>& values)
+{
+    std::string bytes;
+    for (const std::uint32_t value : values) {
+        for (unsigned int shift = 0; shift < 32; shift += 8) {
+            bytes += static_cast<char>(value >> shift);
+        }
+    }
+    return bytes;
+}
+
+/// What makes the bytes add up to 0 modulo 256.
+inline unsigned int checksumOf(const std::string& bytes)
+{
+    const auto add = [](unsigned int sum, unsigned char byte) { return sum + byte; };
+    return -std::accumulate(bytes.begin(), bytes.end(), 0U, add) & 0xFF;
+}
+
+/// One line of an Intel HEX file.
+inline std::string hexRecord(unsigned int type, unsigned int address, const std::string& data)
+{
+    const std::string bytes = std::string(1, static_cast<char>(data.size())) +
+                              bigEndian16(address) + static_cast<char>(type) + data;
+    std::string digits = toHex(bytes + static_cast<char>(checksumOf(bytes)));
+    std::transform(digits.begin(), digits.end(), digits.begin(), ::toupper);
+    return ":" + digits + "\n";
+}
 
 /// Data records of `width` bytes each, with an extended linear address record in front of each 64
 /// KiB.
-std::string hexRows(std::uint32_t address, const std::string& data, std::size_t width = 16);
+inline std::string hexRows(std::uint32_t address, const std::string& data, std::size_t width = 16)
+{
+    std::string text;
+    for (std::size_t offset = 0; offset < data.size();) {
+        const std::uint32_t rowAddress = address + static_cast<std::uint32_t>(offset);
+        if (offset == 0 || rowAddress % 0x10000 == 0) {
+            text += hexRecord(4, 0, bigEndian16(rowAddress >> 16));
+        }
+        const std::size_t size =
+            std::min<std::size_t>({width, data.size() - offset, 0x10000 - rowAddress % 0x10000});
+        text += hexRecord(0, rowAddress & 0xFFFF, data.substr(offset, size));
+        offset += size;
+    }
+    return text;
+}
 
 /// Bytes that look random and are the same in each run.
-std::string makeData(std::size_t size, unsigned int seed = 1);
-
-/// What makes the bytes add up to 0 modulo 256.
-unsigned int checksumOf(const std::string& bytes);
-
-std::string bigEndian16(unsigned int value);
-std::string littleEndian32(std::uint32_t value);
-std::string words(const std::vector<std::uint32_t>& values); ///< little-endian
-
-inline constexpr std::size_t chunkSize = 1024;            ///< data bytes of a packet
-inline constexpr std::size_t packetSize = 20 + chunkSize; ///< of a firmware image
+inline std::string makeData(std::size_t size)
+{
+    std::mt19937 generator(1);
+    std::string data(size, '\0');
+    std::generate(data.begin(), data.end(), [&] { return static_cast<char>(generator()); });
+    return data;
+}
 
 /// One packet of a firmware image; the checksum is right.
-std::string imagePacket(std::uint32_t type, std::uint32_t index, std::uint32_t address,
-                        const std::string& data);
+inline std::string imagePacket(std::uint32_t type, std::uint32_t index, std::uint32_t address,
+                               const std::string& data)
+{
+    return words({type, index, address, std::uint32_t(data.size()), checksumOf(data)}) + data;
+}
 
-/// A whole image of the chunks of 1024 bytes that begin at `address`.
-std::string makeImage(std::uint32_t address, const std::string& data);
-
-/// Hexadecimal digits, in lower case, and back.
-std::string toHex(const std::string& bytes);
-std::string fromHex(const std::string& digits);
+/// A whole image of the chunks that begin at `address`.
+inline std::string makeImage(std::uint32_t address, const std::string& data)
+{
+    const auto count = static_cast<std::uint32_t>(data.size() / chunkSize);
+    std::string image = imagePacket(0xFEED001A, count, address, data.substr(0, chunkSize));
+    for (std::uint32_t i = 1; i < count; ++i) {
+        const std::string chunk = data.substr(i * chunkSize, chunkSize);
+        image += imagePacket(0xFEED001B, i, address + i * 1024, chunk);
+    }
+    return image + imagePacket(0xFEED001C, 0, 0, "");
+}

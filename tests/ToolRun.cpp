@@ -21,6 +21,35 @@ std::vector<std::string> splitLines(const std::string& text)
     return lines;
 }
 
+testing::AssertionResult isSame(const std::string& actual, const std::string& expected)
+{
+    if (actual == expected) {
+        return testing::AssertionSuccess();
+    }
+    constexpr std::size_t before = 40;
+    constexpr std::size_t shown = 120;
+    const auto difference =
+        std::mismatch(actual.begin(), actual.end(), expected.begin(), expected.end()).first;
+    const auto offset = static_cast<std::size_t>(difference - actual.begin());
+    const auto part = [&](const std::string& text) {
+        return testing::PrintToString(text.substr(offset - std::min(offset, before), shown));
+    };
+    return testing::AssertionFailure()
+           << "first difference at " << offset << " of " << actual.size() << ", expected "
+           << expected.size() << "\n  there is: " << part(actual)
+           << "\n  expected: " << part(expected) << "\n";
+}
+
+testing::AssertionResult ToolResult::gave(const std::string& text, int exitStatus) const
+{
+    if (status != exitStatus) {
+        return testing::AssertionFailure()
+               << "status " << status << ", expected " << exitStatus << "; " << isSame(output, text)
+               << errors.substr(0, 1000);
+    }
+    return isSame(output, text);
+}
+
 std::vector<std::string> ToolResult::callsOf(const std::vector<std::string>& beginnings) const
 {
     std::vector<std::string> found;
@@ -38,6 +67,13 @@ namespace {
 #endif
 constexpr const char* emulator = VIMBRA_EMULATOR;
 constexpr int highDescriptor = 200;
+
+/// A folder in memory, if there is one: the tool syncs what it writes, and a disk takes its time.
+std::filesystem::path findTemporaryFolder()
+{
+    const std::filesystem::path memory = "/dev/shm";
+    return access(memory.c_str(), W_OK) == 0 ? memory : std::filesystem::path(testing::TempDir());
+}
 
 /// Waits until every process that holds the write end of the pipe has ended, or the time is up.
 bool allEnd(int readEnd, std::chrono::milliseconds limit)
@@ -67,15 +103,14 @@ int runShell(const std::string& command, std::chrono::milliseconds limit)
     close(ends[0]);
     int status = 0;
     waitpid(child, &status, 0);
-    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    return WIFSIGNALED(status) ? endedBy(WTERMSIG(status)) : WEXITSTATUS(status);
 }
 
 } // namespace
 
 const std::string ToolTest::tool = VIMBRA_TOOL;
 
-ToolTest::ToolTest()
-    : folder(std::filesystem::path(testing::TempDir()) / ("vimbra-" + std::to_string(getpid())))
+ToolTest::ToolTest() : folder(findTemporaryFolder() / ("vimbra-" + std::to_string(getpid())))
 {
     std::filesystem::create_directories(folder / "volatile");
 }
@@ -120,7 +155,7 @@ ToolResult ToolTest::runCommand(const std::string& command) const
 {
     std::filesystem::remove(folder / "trace");
     // A run that never ends is not to fill the disk.
-    const std::string limits = "ulimit -f 200000; cd '" + folder.string() + "' && { ";
+    const std::string limits = "ulimit -f 20000; cd '" + folder.string() + "' && { ";
     const int status = runShell(limits + command + "; } >output 2>errors </dev/null", timeLimit);
     const std::string trace = read("trace");
     return {read("output"), read("errors"), status, splitLines(trace == "(no file)" ? "" : trace)};

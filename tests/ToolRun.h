@@ -4,7 +4,23 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
+#include <tuple>
 #include <vector>
+
+/// A table of cases. The first field of a row says what it is about.
+template <class... Fields>
+using Rows = std::vector<std::tuple<const char*, Fields...>>;
+
+inline constexpr int failed = 255;
+
+/// Status of a run that a signal ended.
+constexpr int endedBy(int signal)
+{
+    return 128 + signal;
+}
+
+/// Whether two texts are equal; if not, shows where they first differ, and only a few characters.
+testing::AssertionResult isSame(const std::string& actual, const std::string& expected);
 
 /// What one run of the tool left behind.
 struct ToolResult {
@@ -13,14 +29,14 @@ struct ToolResult {
     int status;         ///< exit status; 128 + signal if one ended the run
     std::vector<std::string> calls;
 
+    /// Whether the run printed just this and ended with this status.
+    testing::AssertionResult gave(const std::string& text, int exitStatus = 0) const;
+
     std::string lastCall() const { return calls.empty() ? "" : calls.back(); }
 
     /// The calls that begin with one of the texts.
     std::vector<std::string> callsOf(const std::vector<std::string>& beginnings) const;
 };
-
-inline constexpr int failed = 255;
-inline constexpr int endedFromOutside = 128 + 15;
 
 /// Runs the built tool in a folder of its own, on the simulated instrument. A run that has not
 /// ended after `timeLimit` is killed, with all that it started, and fails the test.
