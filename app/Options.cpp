@@ -57,7 +57,7 @@ void openProgressFile(const char* path)
 }
 
 /// The firmware file is the third word of the command line, whatever word the option's own argument
-/// is; supervising programs always put "program-pic" first.
+/// is: both are the same where the option comes first.
 std::unique_ptr<Task> createPicFirmwareTask(const char* argument, int argc, char* argv[])
 {
     if (isMissing(argument) || argc <= 2) {

@@ -42,13 +42,13 @@ constexpr bool isLineEnd(char character)
     return character == '\r' || character == '\n';
 }
 
-/// Decodes `count` pairs of hexadecimal digits into as many bytes at `out`, at most 1024. Returns
+/// Decodes `count` pairs of hexadecimal digits into as many bytes at `out`, at most 1020. Returns
 /// the bytes' sum modulo 256, or nothing if a character was no digit; `out` holds nothing of use
 /// then.
 ///
-/// Eight digits are decoded at once, each in a byte of a 64-bit word. As long as no character has
-/// its top bit set, adding 0x80 - N to each byte sets the top bits of those that are N or more,
-/// without a carry into the next byte.
+/// Eight digits are decoded at once, each in a byte of a 64-bit word. Adding 0x80 - N to a byte
+/// below 0x80 sets its top bit if it is N or more, without a carry into the next byte. A byte of
+/// 0x80 and more never passes for a digit.
 inline std::optional<std::uint8_t> decodeHexDigits(const char* text, std::size_t count,
                                                    std::uint8_t* out)
 {
@@ -66,7 +66,7 @@ inline std::optional<std::uint8_t> decodeHexDigits(const char* text, std::size_t
         const std::uint64_t lowered = word | 0x20 * each;
         const std::uint64_t numerals = from(word, '0') & ~from(word, '9' + 1);
         const std::uint64_t letters = from(lowered, 'a') & ~from(lowered, 'f' + 1);
-        areDigits &= (numerals | letters) & ~word;
+        areDigits &= numerals | letters;
         // Letters have bit 6 set and are worth 9 more than their low four bits.
         std::uint64_t values = (word & 0x0F * each) + 9 * (word >> 6 & each);
         values = (values << 4 | values >> 8) & 0x00FF'00FF'00FF'00FF;

@@ -1,8 +1,7 @@
-// Compares the conversion of a HEX file by vimbra-tool with objcopy and srec_cat, in one run on the
-// same file. Usage: conversion-benchmark [MIB-OF-DATA [RUNS]]
+// Compares the conversion of a HEX file by vimbra-tool with objcopy and srec_cat: processor time,
+// pair by pair on the same file. Usage: conversion-benchmark [MIB-OF-DATA [PAIRS]]
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -20,7 +19,7 @@
 namespace {
 
 struct Measurement {
-    double seconds; ///< best of all runs
+    double seconds; ///< of processor time, that of the system included
     double peakMib; ///< resident size
 };
 
@@ -49,7 +48,7 @@ void writeHexFile(const std::filesystem::path& path, std::size_t size)
             writeByte(byte);
         }
         writeByte(0U - sum);
-        file << '\n';
+        file << "\r\n";
     };
     std::vector<unsigned int> row(rowSize);
     for (std::size_t offset = 0; offset < size; offset += rowSize) {
@@ -64,6 +63,11 @@ void writeHexFile(const std::filesystem::path& path, std::size_t size)
     writeRecord(1, 0, {});
 }
 
+double toSeconds(const timeval& time)
+{
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+}
+
 /// Runs a command once, its output thrown away. Returns nothing if it fails or is not installed.
 std::optional<Measurement> runOnce(std::vector<std::string> command)
 {
@@ -73,7 +77,6 @@ std::optional<Measurement> runOnce(std::vector<std::string> command)
     posix_spawn_file_actions_t actions{};
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    const auto start = std::chrono::steady_clock::now();
     pid_t child = 0;
     const int error =
         posix_spawnp(&child, arguments[0], &actions, nullptr, arguments.data(), environ);
@@ -83,57 +86,58 @@ std::optional<Measurement> runOnce(std::vector<std::string> command)
     if (error != 0 || wait4(child, &status, 0, &usage) == -1 || status != 0) {
         return std::nullopt;
     }
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-    return Measurement{elapsed.count(), static_cast<double>(usage.ru_maxrss) / 1024};
+    return Measurement{toSeconds(usage.ru_utime) + toSeconds(usage.ru_stime),
+                       static_cast<double>(usage.ru_maxrss) / 1024};
 }
 
-/// The best of several runs, behind one that warms up.
-std::optional<Measurement> measure(const std::vector<std::string>& command, int runs)
+/// Runs both commands in turn, once to warm up and then `pairs` times, and prints how the processor
+/// times compare. Returns false if one of them fails.
+bool compare(const std::vector<std::string>& tool, const std::vector<std::string>& other, int pairs)
 {
-    std::optional<Measurement> best = runOnce(command);
-    for (int run = 0; best && run < runs; ++run) {
-        const auto next = runOnce(command);
-        if (next) {
-            best = Measurement{run == 0 ? next->seconds : std::min(best->seconds, next->seconds),
-                               std::max(best->peakMib, next->peakMib)};
+    std::vector<double> ratios;
+    Measurement last{};
+    for (int pair = -1; pair < pairs; ++pair) {
+        const auto own = runOnce(tool);
+        const auto others = runOnce(other);
+        if (!own || !others) {
+            return false;
         }
+        if (pair >= 0) {
+            ratios.push_back(own->seconds / others->seconds);
+        }
+        last = *own;
     }
-    return best;
+    std::sort(ratios.begin(), ratios.end());
+    std::printf("%.3f of the processor time of %s (%.3f to %.3f in %d pairs), peak %.1f MiB\n",
+                ratios[ratios.size() / 2], other[0].c_str(), ratios.front(), ratios.back(), pairs,
+                last.peakMib);
+    return true;
 }
 
 } // namespace
 
 int main(int argc, char* argv[])
 {
-    const std::size_t mib = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 64;
-    const int runs = argc > 2 ? std::atoi(argv[2]) : 5; // NOLINT(cert-err34-c)
+    const std::size_t mib = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 32;
+    const int pairs = argc > 2 ? std::max(1, std::atoi(argv[2])) : 9; // NOLINT(cert-err34-c)
     const auto folder = std::filesystem::temp_directory_path() /
                         ("vimbra-conversion-benchmark-" + std::to_string(getpid()));
     std::filesystem::create_directories(folder);
     const std::string hex = folder / "fw.hex";
     const std::string bin = folder / "fw.dat";
     writeHexFile(hex, mib << 20);
-
-    const auto tool = measure({VIMBRA_TOOL, "--firmware-hex", hex}, runs);
-    const auto version = measure({VIMBRA_TOOL, "--version"}, runs);
-    if (!tool || !version) {
-        std::puts("vimbra-tool failed");
-        std::filesystem::remove_all(folder);
-        return 1;
-    }
-    std::printf("%zu MiB of data\nvimbra-tool: %.3f s, peak %.1f MiB (--version: %.1f MiB)\n", mib,
-                tool->seconds, tool->peakMib, version->peakMib);
+    std::printf("%zu MiB of data\n", mib);
+    const std::vector<std::string> tool{VIMBRA_TOOL, "--firmware-hex", hex};
     const std::vector<std::vector<std::string>> others{
         {"objcopy", "-I", "ihex", "-O", "binary", hex, bin},
         {"srec_cat", hex, "-intel", "-offset", "-0x08000000", "-o", bin, "-binary"}};
-    for (const auto& command : others) {
-        if (const auto other = measure(command, runs)) {
-            std::printf("%s: %.3f s, %.1f times as long\n", command[0].c_str(), other->seconds,
-                        other->seconds / tool->seconds);
-        } else {
-            std::printf("%s: failed or not installed\n", command[0].c_str());
+    int status = 0;
+    for (const auto& other : others) {
+        if (!compare(tool, other, pairs)) {
+            std::printf("%s or vimbra-tool: failed or not installed\n", other[0].c_str());
+            status = 1;
         }
     }
     std::filesystem::remove_all(folder);
-    return 0;
+    return status;
 }

@@ -2,35 +2,44 @@
 # stand-in in a folder that no loader searches for others.
 set(manuals ${CMAKE_INSTALL_MANDIR}/man1)
 set(completions ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+set(completion ${PROJECT_SOURCE_DIR}/packaging/completion)
 set(documents ${CMAKE_INSTALL_DATADIR}/doc)
 
-# Installs a file compressed, under its own name and ".gz".
-function(install_compressed component source destination)
-    cmake_path(GET source FILENAME name)
-    set(compressed ${PROJECT_BINARY_DIR}/compressed/${component}/${name}.gz)
-    add_custom_command(OUTPUT ${compressed}
-                       COMMAND ${CMAKE_COMMAND} -E make_directory compressed/${component}
-                       COMMAND gzip -9nc ${source} > ${compressed}
-                       DEPENDS ${source}
+# Installs files, joined to one, under a name of its own.
+function(install_joined component name destination)
+    set(joined ${PROJECT_BINARY_DIR}/installed/${component}/${name})
+    set(command cat ${ARGN})
+    if(name MATCHES "\\.gz$")
+        list(APPEND command | gzip -9n)
+    endif()
+    add_custom_command(OUTPUT ${joined}
+                       COMMAND ${CMAKE_COMMAND} -E make_directory installed/${component}
+                       COMMAND ${command} > ${joined}
+                       DEPENDS ${ARGN}
                        WORKING_DIRECTORY ${PROJECT_BINARY_DIR}
                        VERBATIM)
-    add_custom_target(${component}-${name} ALL DEPENDS ${compressed})
-    install(FILES ${compressed} DESTINATION ${destination} COMPONENT ${component})
+    add_custom_target(install-${component}-${name} ALL DEPENDS ${joined})
+    install(FILES ${joined} DESTINATION ${destination} COMPONENT ${component})
 endfunction()
 
-# What each package holds beside its programs.
-function(install_documents component package command)
-    install_compressed(${component} ${PROJECT_SOURCE_DIR}/packaging/man/${command}.1 ${manuals})
-    install_compressed(${component} ${PROJECT_BINARY_DIR}/changelog ${documents}/${package})
+function(install_manual component command)
+    install_joined(${component} ${command}.1.gz ${manuals}
+                   ${PROJECT_SOURCE_DIR}/packaging/man/${command}.1)
+endfunction()
+
+# Installs what a package tells about itself.
+function(install_documents component package)
+    install_joined(${component} changelog.gz ${documents}/${package}
+                   ${PROJECT_BINARY_DIR}/changelog)
     install(FILES packaging/copyright DESTINATION ${documents}/${package} COMPONENT ${component})
-    install(FILES packaging/completion/${command} DESTINATION ${completions}
-            COMPONENT ${component})
 endfunction()
 
 configure_file(packaging/changelog.in changelog @ONLY)
 
 install(TARGETS vimbra-tool COMPONENT tool)
-install_documents(tool vimbra-tool vimbra-tool)
+install_manual(tool vimbra-tool)
+install_joined(tool vimbra-tool ${completions} ${completion}/vimbra-tool)
+install_documents(tool vimbra-tool)
 
 if(NOT VIMBRA_COMMON_LIBRARY)
     install(TARGETS vimbra-tool Common DeviceNodes
@@ -39,6 +48,13 @@ if(NOT VIMBRA_COMMON_LIBRARY)
     install(PROGRAMS simulate RENAME vimbra-simulate DESTINATION ${CMAKE_INSTALL_BINDIR}
             COMPONENT simulator)
     install(DIRECTORY examples DESTINATION ${documents}/vimbra-simulator COMPONENT simulator
-            USE_SOURCE_PERMISSIONS)
-    install_documents(simulator vimbra-simulator vimbra-simulate)
+            PATTERN watch-progress EXCLUDE)
+    install(PROGRAMS examples/watch-progress
+            DESTINATION ${documents}/vimbra-simulator/examples COMPONENT simulator)
+    install_manual(simulator vimbra-simulate)
+    install_manual(simulator vimbra-tool) # whose options it takes
+    # Its completion takes functions of the tool's.
+    install_joined(simulator vimbra-simulate ${completions}
+                   ${completion}/vimbra-tool ${completion}/vimbra-simulate)
+    install_documents(simulator vimbra-simulator)
 endif()

@@ -12,17 +12,18 @@ set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME vimbra-tool)
 set(CPACK_DEBIAN_TOOL_DESCRIPTION "service and factory tool of the instrument
-Updates the firmware of the Vimbra co-processor and of the small PICs behind it,
-converts firmware files, prints what arrives on the co-processor's channels and
-exercises the instrument's common library.
+Updates the firmware of the Vimbra co-processor and of the small PICs
+behind it, converts firmware files, prints what arrives on the
+co-processor's channels and exercises the instrument's common library.
 
 It needs libCommon.so, which is part of the instrument's own software.")
 
 set(CPACK_DEBIAN_SIMULATOR_PACKAGE_NAME vimbra-simulator)
+set(CPACK_DEBIAN_SIMULATOR_PACKAGE_CONFLICTS vimbra-tool) # both hold the tool's manual page
 set(CPACK_DEBIAN_SIMULATOR_DESCRIPTION "service and factory tool on a simulated instrument
-Runs vimbra-tool on a simulated instrument, to try a firmware file before it goes
-to a real one. Settings and scripts let the simulated devices refuse, fail or
-stay silent.")
+Runs vimbra-tool on a simulated instrument, to try a firmware file before
+it goes to a real one. Settings and scripts let the simulated devices
+refuse, fail or stay silent.")
 
 if(CMAKE_CROSSCOMPILING OR VIMBRA_COMMON_LIBRARY)
     set(CPACK_COMPONENTS_ALL tool)

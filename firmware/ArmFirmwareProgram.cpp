@@ -77,7 +77,7 @@ int convert(IntelHexParser& parser, ImageWriter& image)
     return 0;
 }
 
-/// Checks the packets behind the file header. Returns whether all are right.
+/// Checks all packets. Prints what is wrong with them and returns whether nothing is.
 bool validatePackets(ImageReader& image)
 {
     std::puts("Validating binary file...");

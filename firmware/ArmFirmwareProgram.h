@@ -16,7 +16,7 @@ public:
 
     /// Returns 0, or -1 after printing what failed. An image that was begun is left as it is then:
     /// without an end marker and without a count in its first header. An older image stays only if
-    /// the HEX file can't be opened.
+    /// one of the two files can't be opened.
     int run() override;
 
     /// The image that `run` writes.

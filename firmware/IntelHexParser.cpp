@@ -11,9 +11,9 @@
 namespace {
 
 constexpr std::uint8_t unprogrammedByte = 0xFF;
-constexpr std::int32_t tooShortLine = 3;        // characters, from the colon through the line feed
-constexpr std::ptrdiff_t lineEndLength = 2;     // a carriage return and a line feed
-constexpr std::ptrdiff_t shortestPlainLine = 3; // a colon and the length
+constexpr std::int32_t tooShortLine = 3;      // characters, from the colon through the line feed
+constexpr std::ptrdiff_t lineEndLength = 2;   // a carriage return and a line feed
+constexpr std::ptrdiff_t lineStartLength = 3; // a colon and the length field
 
 } // namespace
 
@@ -137,14 +137,17 @@ void IntelHexParser::consume(std::ptrdiff_t count)
 /// the line's end, or null for any other line: those go to `parseLine`.
 const char* IntelHexParser::decodePlainLine(const char* line, const char* end)
 {
-    if (end - line < shortestPlainLine || *line != ':') {
+    if (end - line < lineStartLength || *line != ':') {
         return nullptr;
     }
     const char* const digits = line + 1;
     const int length = hexPairValue(digits);
-    const auto pairs =
-        static_cast<std::uint32_t>(length) + intelHexHeaderSize + intelHexChecksumSize;
-    if (length < 0 || end - digits < static_cast<std::ptrdiff_t>(2 * pairs) + lineEndLength) {
+    if (length < 0) {
+        return nullptr;
+    }
+    const std::size_t pairs =
+        intelHexHeaderSize + static_cast<std::size_t>(length) + intelHexChecksumSize;
+    if (end - digits < static_cast<std::ptrdiff_t>(2 * pairs) + lineEndLength) {
         return nullptr;
     }
     const char* stop = digits + 2 * pairs;
@@ -259,7 +262,7 @@ void IntelHexParser::setUpperAddress()
     upperAddress = std::uint32_t{readBigEndian16(recordData)} << 16;
 }
 
-/// The entry point in front of all data is kept only until the first data record tells where the
+/// An entry point in front of all data gives way to the first data record, which tells where the
 /// image starts.
 void IntelHexParser::handleStartLinearAddress()
 {
@@ -302,7 +305,9 @@ void IntelHexParser::placeData(const Chunk& chunk)
         carryOffset = static_cast<std::uint8_t>(count);
     }
     std::copy_n(recordData, count, chunk.data + offset);
-    chunk.bytes = offset + count;
+    if (offset + count != 0) { // an empty record at the start of a chunk takes nothing back
+        chunk.bytes = offset + count;
+    }
     runningAddress += count;
 }
 

@@ -90,7 +90,7 @@ private:
     std::uint8_t recordChecksum = 0;
     bool carryPending = false;    ///< data of the current record belong to the next chunk
     std::uint8_t carryOffset = 0; ///< data bytes of the current record already placed
-    std::uint32_t startKnown = 0; ///< 1 once a start address record or data have been met
+    std::uint32_t startKnown = 0; ///< 1 once a start address or a data record has been met
     bool dataSeen = false;        ///< a data record has fixed the first chunk's address
     /// Where the next chunk starts if its records follow without a gap: it counts the bytes placed,
     /// so it lags behind gaps inside a chunk.

@@ -49,7 +49,7 @@ std::span<std::uint8_t> PicDataBlock::close(bool swapsWords)
     if (swapsWords) {
         swapWords();
     }
-    rowCount = 0;
+    clear();
     return bytes();
 }
 

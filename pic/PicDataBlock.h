@@ -34,6 +34,9 @@ public:
     bool isEmpty() const { return rowCount == 0; }
     bool isFull() const { return rowCount == picRowsPerBlock; }
 
+    /// Starts over with an empty block.
+    void clear() { rowCount = 0; }
+
     /// Ends the block: fills the rows that are left with the filler and computes the checksum; with
     /// `swapsWords` every word 3F FF of the data is turned into FF 3F, which leaves the checksum
     /// right. Hands out the 69 bytes of the payload, which stay valid until the next row is added

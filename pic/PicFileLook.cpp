@@ -6,60 +6,78 @@
 #include "pic/PicRecordRouter.h"
 
 #include <cinttypes>
+#include <cstdint>
 #include <optional>
 
 namespace {
 
-struct Findings {
-    bool isReadToEnd = true; ///< no line stopped the look
+class FileLook {
+public:
+    FileLook(std::FILE* firmwareFile, const PicDevice& device)
+        : reader(firmwareFile), router(device)
+    {
+    }
+
+    /// Looks at each record as the update will. Throws a constant string if one is refused.
+    void readThrough();
+
+    void warn() const;
+
+private:
+    std::optional<PicHexRecord> readNext();
+    void lookAtRow(const RoutedPicRecord& row);
+
+    PicHexReader reader;
+    PicRecordRouter router;
+    PicDataBlock block;
+    bool isStopped = false; ///< by a line that can't be decoded
     bool hasRows = false;
     std::optional<std::uint32_t> strayAddress; ///< of the first row that doesn't follow
 };
 
+void FileLook::readThrough()
+{
+    while (const auto record = readNext()) {
+        const RoutedPicRecord routed = router.route(*record);
+        if (routed.route == PicRecordRoute::addRow) {
+            lookAtRow(routed);
+        }
+    }
+}
+
 /// The next record, or nothing if there is no further one that can be decoded.
-std::optional<PicHexRecord> readNext(PicHexReader& reader, Findings& findings)
+std::optional<PicHexRecord> FileLook::readNext()
 {
     try {
         return reader.next();
     } catch (const char*) {
-        findings.isReadToEnd = false;
+        isStopped = true;
         return std::nullopt;
     }
 }
 
-Findings readThrough(std::FILE* firmwareFile, const PicDevice& device)
+void FileLook::lookAtRow(const RoutedPicRecord& row)
 {
-    Findings findings;
-    PicHexReader reader(firmwareFile);
-    PicRecordRouter router(device);
-    PicDataBlock block;
-    while (const auto record = readNext(reader, findings)) {
-        const RoutedPicRecord routed = router.route(*record);
-        if (routed.route != PicRecordRoute::addRow) {
-            continue;
-        }
-        findings.hasRows = true;
-        if (!findings.strayAddress && !block.isNextAddress(routed.address)) {
-            findings.strayAddress = routed.address;
-        }
-        block.addRow(routed.address, routed.data);
-        if (block.isFull()) {
-            block.close(device.swapsFullBlocks);
-        }
+    hasRows = true;
+    if (!strayAddress && !block.isNextAddress(row.address)) {
+        strayAddress = row.address;
     }
-    return findings;
+    block.addRow(row.address, row.data);
+    if (block.isFull()) {
+        block.clear();
+    }
 }
 
-void warn(const Findings& findings)
+void FileLook::warn() const
 {
-    if (findings.strayAddress) {
+    if (strayAddress) {
         std::fprintf(stderr,
                      "Warning: the program row at %08" PRIX32 " does not follow the one before it; "
                      "rows are sent in the order of the file and lie one behind the other in a "
                      "block, whatever their addresses\n",
-                     *findings.strayAddress);
+                     *strayAddress);
     }
-    if (findings.isReadToEnd && !findings.hasRows) {
+    if (!hasRows && !isStopped) {
         std::fputs("Warning: no program rows for this PIC in the file\n", stderr);
     }
 }
@@ -69,14 +87,15 @@ void warn(const Findings& findings)
 bool lookThroughPicFile(std::FILE* firmwareFile, const PicDevice& device)
 {
     try {
-        const Findings findings = readThrough(firmwareFile, device);
+        FileLook look(firmwareFile, device);
+        look.readThrough();
         if (std::ferror(firmwareFile) != 0) {
             throw "HEX file can't be read to its end";
         }
         if (std::fseek(firmwareFile, 0, SEEK_SET) != 0) {
             throw "HEX file can't be read twice, as an update has to";
         }
-        warn(findings);
+        look.warn();
         return true;
     } catch (...) {
         printCurrentException();

@@ -20,9 +20,9 @@ public:
     const char* name() const override { return "PIC Bootloader"; }
 
     /// Returns -1 when /dev/arm-comms or the file can't be opened, the file is refused or the
-    /// update failed, after printing why. Otherwise 0: the PIC was updated, needs no update, can't
-    /// have one, or is a GPS PIC that could not be asked for its version. From here on the process
-    /// survives its reader and its terminal.
+    /// update failed, after printing why. Otherwise 0: the PIC was updated, needs no update or
+    /// can't have one, or is a GPS PIC that is not powered or did not answer. From here on the
+    /// process survives its reader and its terminal.
     int run() override;
 
 private:

@@ -58,12 +58,8 @@ std::uint16_t PicHexRecord::offset() const
     return readBigEndian16(&bytes[intelHexAddressOffset]);
 }
 
-std::size_t PicHexRecord::decodedBehindHeader() const
+std::span<const std::uint8_t> PicHexRecord::dataBytes() const
 {
-    return static_cast<std::size_t>(count) - intelHexHeaderSize;
-}
-
-std::span<const std::uint8_t> PicHexRecord::behindHeader(std::size_t size) const
-{
-    return std::span(bytes).subspan(intelHexDataOffset, size);
+    const auto decoded = std::span(bytes).first(static_cast<std::size_t>(count));
+    return decoded.first(decoded.size() - intelHexChecksumSize).subspan(intelHexDataOffset);
 }

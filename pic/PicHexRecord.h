@@ -9,10 +9,9 @@
 
 inline constexpr int maxPicRecordBytes = 100;
 
-/// Decodes a line of a PIC HEX file, which is NUL-terminated, has `length` characters and begins
-/// with a colon, into at most `max` bytes at `out` and stores their number in `count`. A line end
-/// or the end of the text ends it; what stands behind a line end is not looked at. Throws a
-/// constant string on bad input.
+/// Decodes a NUL-terminated line of a PIC HEX file, `length` characters long, into at most `max`
+/// bytes at `out` and stores their number in `count`. What stands behind a line end is not looked
+/// at. Throws a constant string if the line does not begin with a colon or is no hexadecimal text.
 void decodeHexLine(const char* line, int length, std::uint8_t* out, int* count, int max);
 
 /// One decoded line of a PIC HEX file. Neither its checksum nor its byte count is verified.
@@ -32,13 +31,9 @@ public:
     /// The 16-bit load offset.
     std::uint16_t offset() const;
 
-    // The rest is for lines that are not too short.
-
-    /// The number of bytes that were decoded behind the header, the checksum included.
-    std::size_t decodedBehindHeader() const;
-
-    /// The first `size` bytes behind the header, which were decoded.
-    std::span<const std::uint8_t> behindHeader(std::size_t size) const;
+    /// The data bytes that were decoded, all but the last byte behind the header: that is the
+    /// checksum. For lines that are not too short.
+    std::span<const std::uint8_t> dataBytes() const;
 
 private:
     std::array<std::uint8_t, maxPicRecordBytes> bytes{};

@@ -12,21 +12,22 @@ constexpr std::uint32_t configurationArea = 0x30;
 
 std::uint32_t readUpperAddress(const PicHexRecord& record)
 {
+    const auto bytes = record.dataBytes();
     if (record.announcedLength() < extendedLinearAddressSize ||
-        record.decodedBehindHeader() < extendedLinearAddressSize) {
+        bytes.size() < extendedLinearAddressSize) {
         throw "Extended address record without an address";
     }
-    const auto bytes = record.behindHeader(extendedLinearAddressSize);
     return std::uint32_t{readBigEndian16(bytes.data())} << 16;
 }
 
 std::span<const std::uint8_t> readData(const PicHexRecord& record)
 {
     const std::size_t length = record.announcedLength();
-    if (length + intelHexChecksumSize > record.decodedBehindHeader()) {
+    const auto bytes = record.dataBytes();
+    if (length > bytes.size()) {
         throw "Fewer data bytes in line than its byte count says";
     }
-    return record.behindHeader(length);
+    return bytes.first(length);
 }
 
 } // namespace

@@ -67,29 +67,27 @@ bool PicUpdate::handleRecord(const PicHexRecord& record)
     switch (routed.route) {
     case PicRecordRoute::reportTooShort:
         std::printf("Invalid num bytes in line %d\n", job.lineCounter);
-        ++job.lineCounter;
-        return true;
+        break;
     case PicRecordRoute::reportType:
         std::printf("Not doing anything with line type %d\n", record.type());
         return true;
     case PicRecordRoute::pass:
         return true;
-    default:
-        ++job.lineCounter;
-        return handleData(routed);
-    }
-}
-
-bool PicUpdate::handleData(const RoutedPicRecord& record)
-{
-    switch (record.route) {
+    case PicRecordRoute::skipData:
+        break;
     case PicRecordRoute::addRow:
-        return collectRow(record.address, record.data);
+        if (!collectRow(routed.address, routed.data)) {
+            return false;
+        }
+        break;
     case PicRecordRoute::sendConfiguration:
-        return sendConfiguration(record.data);
-    default:
-        return true;
+        if (!sendConfiguration(routed.data)) {
+            return false;
+        }
+        break;
     }
+    ++job.lineCounter;
+    return true;
 }
 
 /// Adds a row to the block and sends the block when that fills it.

@@ -25,6 +25,9 @@ public:
     /// NAME=VALUE per line of VIMBRA_SIM_SETTINGS. A fault in them ends the process.
     static Script& instance();
 
+    /// Nothing but ordinary courses, and every setting as it is at first.
+    Script();
+
     /// Takes the lines of a script. Throws `ScriptError`.
     void read(std::istream& lines);
 
@@ -47,8 +50,6 @@ public:
     std::optional<Outcome> failureAt(unsigned long callNumber) const;
 
 private:
-    Script();
-
     void readLine(const std::string& line);
 
     std::map<std::string, std::deque<std::string>> outcomes;

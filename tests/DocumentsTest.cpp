@@ -80,7 +80,7 @@ bool isShown(const Message& message, const std::string& text)
     return true;
 }
 
-/// Names of files and options hold no blanks, capitals and line ends; all other texts are printed.
+/// Names of files and options hold no blank, capitalized word or line end; other texts are printed.
 std::vector<Message> messagesOfSource()
 {
     const std::string literal = R"re("(?:[^"\\\n]|\\.)*")re";
@@ -91,7 +91,7 @@ std::vector<Message> messagesOfSource()
                 std::regex_replace(readAll(file), std::regex("#include.*|//.*"), "");
             for (const std::string& text :
                  findAll(source, "(" + literal + R"((?:\s+(?:PRI\w+\s+)?)" + literal + ")*)")) {
-                if (std::regex_search(text, std::regex(R"([ A-Z]|\\n)"))) {
+                if (std::regex_search(text, std::regex(R"( |[A-Z][a-z]|\\n)"))) {
                     const std::vector<Message> lines = readMessages(text);
                     messages.insert(messages.end(), lines.begin(), lines.end());
                 }

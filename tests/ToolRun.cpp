@@ -170,7 +170,7 @@ ToolResult ToolTest::runCommand(const std::string& command) const
 {
     std::filesystem::remove(folder / "trace");
     // A run that never ends is not to fill the disk.
-    const std::string limits = "ulimit -f 200000; cd '" + folder.string() + "' && { ";
+    const std::string limits = "ulimit -f 20000; cd '" + folder.string() + "' && { ";
     const int status = runShell(limits + command + "; } >output 2>errors </dev/null", timeLimit);
     const std::string trace = read("trace");
     return {read("output"), read("errors"), status, splitLines(trace == "(no file)" ? "" : trace)};

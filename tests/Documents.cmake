@@ -1,0 +1,13 @@
+# The documents are held against the source and the program, and their examples are run. That needs srecord,
+# binutils, bash and script.
+
+target_compile_definitions(vimbra-tests PRIVATE VIMBRA_SOURCE_FOLDER="${PROJECT_SOURCE_DIR}")
+
+if(NOT CMAKE_CROSSCOMPILING AND NOT VIMBRA_SANITIZE)
+    foreach(document README.md docs/firmware-files.md docs/formats.md docs/recovery.md docs/runs.md)
+        add_test(NAME "examples of ${document}"
+                 COMMAND ${PROJECT_SOURCE_DIR}/tests/transcript ${PROJECT_BINARY_DIR}
+                         ${PROJECT_SOURCE_DIR}/${document})
+    endforeach()
+    add_test(NAME "completion" COMMAND ${PROJECT_SOURCE_DIR}/tests/completion)
+endif()
