@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 #include <poll.h>
+#include <spawn.h>
 #include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -82,19 +83,33 @@ bool allEnd(int readEnd, std::chrono::milliseconds limit)
     return poll(&waiting, 1, static_cast<int>(limit.count())) == 1;
 }
 
-/// Runs a command in a process group of its own. Returns its exit status, 128 + signal if one ended
-/// it. Fails the test if it has to be killed.
+/// Starts a shell in a process group of its own, with one more descriptor, out of the way of the
+/// tool's own. A fork would copy the tests' whole address space, which sanitizers make large.
+pid_t startShell(std::string command, int inherited)
+{
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, inherited, highDescriptor);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+    std::string name = "sh";
+    std::string option = "-c";
+    const std::array<char*, 4> arguments{name.data(), option.data(), command.data(), nullptr};
+    pid_t child = -1;
+    EXPECT_EQ(posix_spawn(&child, "/bin/sh", &actions, &attributes, arguments.data(), environ), 0);
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+    return child;
+}
+
+/// Runs a command. Returns its exit status, 128 + signal if one ended it. Fails the test if it has
+/// to be killed.
 int runShell(const std::string& command, std::chrono::milliseconds limit)
 {
     std::array<int, 2> ends{};
     EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        setpgid(0, 0);
-        fcntl(ends[1], F_DUPFD, highDescriptor); // inherited, out of the way of the tool's own
-        execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
-        _exit(127);
-    }
+    const pid_t child = startShell(command, ends[1]);
     close(ends[1]);
     if (!allEnd(ends[0], limit)) {
         ADD_FAILURE() << "no end in time: " << command;
