@@ -1,13 +1,9 @@
 #include "tests/ToolRun.h"
 
 #include <algorithm>
-#include <array>
-#include <csignal>
-#include <fcntl.h>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <poll.h>
-#include <spawn.h>
 #include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -67,58 +63,14 @@ namespace {
 #define VIMBRA_EMULATOR ""
 #endif
 constexpr const char* emulator = VIMBRA_EMULATOR;
-constexpr int highDescriptor = 200;
+constexpr int timeLimit = 120; // seconds; sanitizers and emulators take time
+constexpr int timedOut = 124;  // the status that `timeout` gives
 
 /// A folder in memory, if there is one: the tool syncs what it writes, and a disk takes its time.
 std::filesystem::path findTemporaryFolder()
 {
     const std::filesystem::path memory = "/dev/shm";
     return access(memory.c_str(), W_OK) == 0 ? memory : std::filesystem::path(testing::TempDir());
-}
-
-/// Waits until every process that holds the write end of the pipe has ended, or the time is up.
-bool allEnd(int readEnd, std::chrono::milliseconds limit)
-{
-    pollfd waiting{readEnd, POLLIN, 0};
-    return poll(&waiting, 1, static_cast<int>(limit.count())) == 1;
-}
-
-/// Starts a shell in a process group of its own, with one more descriptor, out of the way of the
-/// tool's own. A fork would copy the tests' whole address space, which sanitizers make large.
-pid_t startShell(std::string command, int inherited)
-{
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, inherited, highDescriptor);
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
-    std::string name = "sh";
-    std::string option = "-c";
-    const std::array<char*, 4> arguments{name.data(), option.data(), command.data(), nullptr};
-    pid_t child = -1;
-    EXPECT_EQ(posix_spawn(&child, "/bin/sh", &actions, &attributes, arguments.data(), environ), 0);
-    posix_spawn_file_actions_destroy(&actions);
-    posix_spawnattr_destroy(&attributes);
-    return child;
-}
-
-/// Runs a command. Returns its exit status, 128 + signal if one ended it. Fails the test if it has
-/// to be killed.
-int runShell(const std::string& command, std::chrono::milliseconds limit)
-{
-    std::array<int, 2> ends{};
-    EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
-    const pid_t child = startShell(command, ends[1]);
-    close(ends[1]);
-    if (!allEnd(ends[0], limit)) {
-        ADD_FAILURE() << "no end in time: " << command;
-        kill(-child, SIGKILL);
-    }
-    close(ends[0]);
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFSIGNALED(status) ? endedBy(WTERMSIG(status)) : WEXITSTATUS(status);
 }
 
 } // namespace
@@ -170,8 +122,12 @@ ToolResult ToolTest::runCommand(const std::string& command) const
 {
     std::filesystem::remove(folder / "trace");
     // A run that never ends is not to fill the disk.
-    const std::string limits = "ulimit -f 20000; cd '" + folder.string() + "' && { ";
-    const int status = runShell(limits + command + "; } >output 2>errors </dev/null", timeLimit);
+    write("command", "ulimit -f 20000\n{ " + command + "; } >output 2>errors </dev/null\n");
+    const std::string limits = "timeout --kill-after=5 " + std::to_string(timeLimit);
+    const int ended =
+        std::system(("cd '" + folder.string() + "' && " + limits + " sh command").c_str());
+    const int status = WIFSIGNALED(ended) ? endedBy(WTERMSIG(ended)) : WEXITSTATUS(ended);
+    EXPECT_NE(status, timedOut) << command;
     const std::string trace = read("trace");
     return {read("output"), read("errors"), status, splitLines(trace == "(no file)" ? "" : trace)};
 }
