@@ -25,14 +25,18 @@ inline std::string upToNul(const std::string& text)
     return text.substr(0, text.find('\0'));
 }
 
-/// Ends the process, after showing both, if the texts differ.
-inline void expectSame(const std::string& actual, const std::string& expected)
+/// Ends the process, after showing the text, if something is not as it has to be.
+inline void expect(bool isRight, const std::string& text)
 {
-    if (actual != expected) {
-        std::fprintf(stderr, "--- actual\n%s\n--- expected\n%s\n", actual.c_str(),
-                     expected.c_str());
+    if (!isRight) {
+        std::fprintf(stderr, "%s\n", text.c_str());
         std::abort();
     }
+}
+
+inline void expectSame(const std::string& actual, const std::string& expected)
+{
+    expect(actual == expected, "--- actual\n" + actual + "\n--- expected\n" + expected);
 }
 
 /// What `run` prints on standard output and standard error.

@@ -4,6 +4,8 @@
 #include "fuzz/PlainReading.h"
 #include "pic/PicHexRecord.h"
 
+#include <vector>
+
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::string input = toText(data, size) + '\0';

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
 // The tool is held against a second reading of its rules that is as plain as can be: digit by
 // digit, without buffers, and without the tool's own code.
@@ -25,30 +24,6 @@ inline std::uint32_t plainBigEndian(std::string_view bytes, std::size_t position
         value = value * 256 + static_cast<std::uint8_t>(byte);
     }
     return value;
-}
-
-/// The number in four bytes, the lowest first.
-inline std::uint32_t plainWord(std::string_view bytes, std::size_t position)
-{
-    return __builtin_bswap32(plainBigEndian(bytes, position, 4));
-}
-
-/// A record of a block, as far as it lies in the block.
-struct PlainRecord {
-    std::uint32_t tag;
-    std::string payload;
-    bool isCutShort;
-};
-
-inline std::vector<PlainRecord> plainRecords(const std::string& block)
-{
-    std::vector<PlainRecord> records;
-    for (std::size_t i = 0; i + 8 < block.size(); i += 8 + records.back().payload.size()) {
-        const std::uint32_t length = plainWord(block, i + 4);
-        const std::string payload = block.substr(i + 8, length);
-        records.push_back({plainWord(block, i), payload, payload.size() < length});
-    }
-    return records;
 }
 
 /// The bytes of a line of a PIC HEX file, at most `most`. Throws a text.

@@ -1,6 +1,4 @@
 #include "pic/PicFileName.h"
-#include "pic/PicHexRecord.h"
-#include "tests/FirmwareFiles.h"
 #include "tests/ToolRun.h"
 
 #include <utility>
@@ -58,40 +56,6 @@ TEST(PicFileName, TellsDeviceAndVersions)
              "./&*%PROBE&*%\n&*%PROBE&*% ")) {
         EXPECT_EQ(parse(path), "refused") << path;
     }
-}
-
-/// The bytes that a line gives, in hexadecimal, or the error.
-std::string decode(const std::string& line, int max = maxPicRecordBytes)
-{
-    std::array<std::uint8_t, maxPicRecordBytes> out{};
-    int count = -1;
-    try {
-        decodeHexLine(line.c_str(), static_cast<int>(line.size()), out.data(), &count, max);
-    } catch (const char* text) {
-        return text;
-    }
-    return toHex(std::string(out.begin(), out.begin() + count));
-}
-
-TEST(PicHexLine, DecodesPairsUpToTheLineEnd)
-{
-    const std::vector<std::pair<const char*, std::vector<std::string>>> cases{
-        {"00ab7f", {":00aB7f\n", ":00aB7f\r\n", ":00aB7f"}},
-        {"00", {":00a\n", ":00a\r\n", ":00\n11"}},
-        {"", {":0\n", ":\n", ":"}},
-        {"Invalid byte format in data",
-         {":00a", ":0", ":0 0\n", ":0g\n", ":00:\n", ":" + std::string(199, '0')}},
-        {"Invalid start character in HEX file.", {"", "\n", " :00\n"}},
-    };
-    for (const auto& [result, lines] : cases) {
-        for (const std::string& line : lines) {
-            EXPECT_EQ(decode(line), result) << line;
-        }
-    }
-    EXPECT_EQ(decode(":" + std::string(200, '0') + "zz"), std::string(200, '0'));
-    EXPECT_EQ(decode(":001122", 2), "0011");
-    int count = 0;
-    EXPECT_THROW(decodeHexLine(":00", 3, nullptr, &count, 1), const char*);
 }
 
 } // namespace
