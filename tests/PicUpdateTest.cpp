@@ -200,18 +200,12 @@ TEST_F(PicUpdateTest, DecidesOnTheGpsPicsModeAndVersion)
     }
 }
 
-/// An accepted block is followed by the next command, whose answer does not come in time.
+/// An accepted block is followed by the next command, whose answer does not come in time. The fuzz
+/// target's corpus holds more of them.
 TEST_F(PicUpdateTest, JudgesTheFirstBlockBehindACommand)
 {
-    const std::string other = words({0xfeedbe01, 3}) + "xyz";
-    const std::string good = reply(accepted);
-    const std::string two = words({0xfeedbe03, 520}) + good.substr(8);
     const auto error = [](const std::string& text) { return "0 PicUpdateErr: " + text + "\n"; };
     const std::string next = "02 PicUpdateErr: Timed out waiting for ARM Comm FD.\n";
-    const std::string badData = error("Bad Data Error.");
-    const std::string noLength = error("Didn't get a response len.");
-    const std::string isRefused = error("Update or Response Err.");
-    const std::string upToDate = error("PIC version already up-to-date or newer.");
     const auto reads = [&](const std::string& data) {
         return comms + ":select timeout ok timeout\n" + comms + ":read hex=" + toHex(data);
     };
@@ -221,22 +215,11 @@ TEST_F(PicUpdateTest, JudgesTheFirstBlockBehindACommand)
         {"time-out", comms + ":select timeout timeout",
          error("Timed out waiting for ARM Comm FD.")},
         {"the read fails", undrained + comms + ":read error=5", error("File Read Error.")},
-        {"no bytes", reads(""), badData},
-        {"a header alone", reads("12345678"), badData},
-        {"another record", reads(other), next},
-        {"accepted", reads(good), next},
-        {"no entry", reads(words({0xfeedbe03, 259}) + std::string(259, '\x01')), next},
-        {"not newer", reads(reply(notNewer)), upToDate},
-        {"refused", reads(reply(refused)), isRefused},
-        {"length 0", reads(reply(notNewer, 0)), noLength},
-        {"negative length", reads(reply(accepted, 0x80000000)), noLength},
-        {"17 bits of length", reads(reply(accepted, 0x10000)), next},
-        {"refused behind another record", reads(other + reply("\x02") + good), isRefused},
-        {"second entry", reads(two + words({1}) + notNewer + std::string(255, 'x')), upToDate},
-        {"one of two entries", reads(two), badData},
-        {"cut short", reads(good.substr(0, 267)), badData},
-        {"an endless reply", reads(good + words({0xfeedbe03, 0xFFFFFFF8}) + "x"), badData},
-        {"another record cut short", reads(other + words({0xfeedbe02, 9}) + "x"), next},
+        {"no bytes", reads(""), error("Bad Data Error.")},
+        {"another record", reads(words({0xfeedbe01, 3}) + "xyz"), next},
+        {"accepted", reads(reply(accepted)), next},
+        {"not newer", reads(reply(notNewer)), error("PIC version already up-to-date or newer.")},
+        {"length 0", reads(reply(notNewer, 0)), error("Didn't get a response len.")},
     };
     for (const auto& [what, script, outcome] : cases) {
         EXPECT_EQ(update(battery, hexEnd, script), outcome) << what;
@@ -268,33 +251,16 @@ TEST_F(PicUpdateTest, StopsAtTheFirstRefusal)
 }
 
 /// A line that can't be decoded ends the update at its place; all else is found before the PIC is
-/// told anything.
+/// told anything. The fuzz target's corpus holds more of both.
 TEST_F(PicUpdateTest, RefusesBadFiles)
 {
-    const std::string badByte = "024 Error: Invalid byte format in data\n";
-    const std::string badStart = "024 Error: Invalid start character in HEX file.\n";
-    const std::string noAddress = " Error: Extended address record without an address\n";
+    const std::string rows = hexRows(0x800, fourRows);
     const std::string longRow = hexRecord(0, 0x800, row + "x");
-    const Rows<std::string, std::string> cases{
-        {"empty line", "\n" + longRow, badStart},
-        {"empty line behind the end", hexEnd + "\r\n" + longRow, badStart},
-        {"half a byte at the end", ":00000001F", badByte},
-        {"blank inside", ":0000 01FF\n" + longRow, badByte},
-        {"too long", ":" + std::string(300, '0') + "\n" + longRow, badByte},
-        {"data missing", ":02080000AABC\n",
-         " Error: Fewer data bytes in line than its byte count says\n"},
-        {"long row", longRow, " Error: Program row of more than 16 bytes\n"},
-        {"short configuration", toConfiguration + hexRecord(0, 0, row.substr(0, 13)),
-         " Error: Configuration record of fewer than 14 bytes\n"},
-        {"extended address of no bytes", ":0000000400\n", noAddress},
-        {"extended address of one byte", ":0100000400FB\n", noAddress},
-        {"extended address missing", ":0200000400\n", noAddress},
-        {"extended address that lacks a byte", ":0200000400FA\n", noAddress},
-    };
-    for (const auto& [what, lines, outcome] : cases) {
-        EXPECT_EQ(update(battery, hexRows(0x800, fourRows) + lines), outcome) << what;
-        EXPECT_EQ(result.status, failed) << what;
-    }
+    EXPECT_EQ(update(battery, rows + hexEnd + "\n" + longRow),
+              "024 Error: Invalid start character in HEX file.\n");
+    EXPECT_EQ(result.status, failed);
+    EXPECT_EQ(update(battery, rows + longRow), " Error: Program row of more than 16 bytes\n");
+    EXPECT_EQ(result.status, failed);
     EXPECT_EQ(update(battery, hexEnd, battery.name + ":read ok error=5\n"),
               " Error: HEX file can't be read to its end\n");
     EXPECT_EQ(update(battery, hexEnd, battery.name + ":lseek error=29\n"),
@@ -306,13 +272,9 @@ TEST_F(PicUpdateTest, WarnsOfRowsThatDoNotFollow)
 {
     const Rows<std::string, std::string> cases{
         {"consecutive", hexRows(0x7F0, fourRows + row), ""},
-        {"a gap between blocks", hexRows(0x800, fourRows) + hexRows(0x900, row), ""},
         {"gaps", hexRows(0x800, fourRows + row) + hexRows(0x85A, row) + hexRows(0x10, row),
          "Warning: the program row at 0000085A does not follow"},
-        {"short rows", hexRows(0x12800, row, 6), "Warning: the program row at 00012806 does"},
-        {"no rows", toConfiguration + hexRecord(0, 0, row) + hexEnd,
-         "Warning: no program rows for this PIC in the file\n"},
-        {"not read to the end", "\n", ""},
+        {"no rows", hexEnd, "Warning: no program rows for this PIC in the file\n"},
     };
     for (const auto& [what, hex, warning] : cases) {
         update(battery, hex);

@@ -119,52 +119,33 @@ TEST_F(ProgrammingTest, TellsTheKindOfAFileByItsExtension)
     }
 }
 
-/// Whatever is wrong with an image is found before the device is opened.
+/// Whatever is wrong with an image is found before the device is opened. The fuzz target's corpus
+/// holds more of them.
 TEST_F(ProgrammingTest, SendsNothingOfABadImage)
 {
     const std::string none = "No bytes read!\n";
     const std::string noHeader = "Unable to read header\n";
-    const std::string badHeader = opening + "Invalid header\n";
-    const std::string tooBig = validating + "Chunk size too big! P:1\n";
-    const std::string badSum = validating + "Invalid checksum at packet: ";
-    const std::string noData = "Not enough actual data. P:";
-    const std::string noNext = "Unable to read packet header: ";
-    const auto length = [&](std::uint32_t packet, std::uint32_t value) {
-        return patched(packet * packetSize + 12, words({value}));
+    const std::string noData = "Not enough actual data. P:1\n";
+    const Rows<std::string, std::string, std::string> cases{
+        {"empty", "", opening + none + noHeader, ""},
+        {"header unreadable", image, opening + errorText(EIO) + noHeader, "fw.bin:read error=5"},
+        {"no packets", patched(4, words({0})), opening + "Invalid header\n", ""},
+        {"data cut", image.substr(0, 2000), validating + noData, ""},
+        {"data unreadable", image, validating + errorText(EINTR) + noData,
+         "fw.bin:read ok ok ok error=4"},
+        {"wrong data", patched(2 * packetSize + 20, "?"),
+         validating + "Invalid checksum at packet: 2\n", ""},
+        {"fewer packets", patched(4, words({2})),
+         validating + "Binary stream does not contain end marker!\n", ""},
+        {"more packets", patched(4, words({0xFFFFFFFF})),
+         validating + none + "Unable to read packet header: 3\n", ""},
     };
-    const auto count = [&](std::uint32_t value) { return patched(4, words({value})); };
-    const auto cut = [&](std::size_t size) { return image.substr(0, size); };
-    const Rows<std::string, std::string> cases{
-        {"empty", "", opening + none + noHeader},
-        {"header cut", cut(19), opening + noHeader},
-        {"wrong first type", patched(0, "\x1B"), badHeader},
-        {"no packets", count(0), badHeader},
-        {"short first packet", length(0, 1023), badHeader},
-        {"long first packet", length(0, 1025), badHeader},
-        {"no data", cut(20), validating + none + noData + "0\n"},
-        {"data cut", cut(2000), validating + noData + "1\n"},
-        {"wrong data", patched(2 * packetSize + 20, "?"), badSum + "2\n"},
-        {"9 bits of checksum", patched(packetSize + 17, "\x01"), badSum + "1\n"},
-        {"long packet", length(1, 1025), tooBig},
-        {"17 bits of length", length(1, 0x10004), tooBig},
-        {"empty packet", length(1, 0), validating + "Empty packet! P:1\n"},
-        {"no end marker", cut(3 * packetSize), validating + none + noNext + "2\n"},
-        {"end marker cut", cut(3 * packetSize + 19), validating + noNext + "2\n"},
-        {"fewer packets", count(2), validating + "Binary stream does not contain end marker!\n"},
-        {"more packets", count(0xFFFFFFFF), validating + none + noNext + "3\n"},
-    };
-    const std::string program = "--program-vimbra fw.bin";
-    for (const auto& [what, content, output] : cases) {
+    for (const auto& [what, content, output, script] : cases) {
         write("fw.bin", content);
-        const ToolResult result = run(program);
+        const ToolResult result = run("--program-vimbra fw.bin", script);
         EXPECT_TRUE(result.gave(output, failed)) << what;
         EXPECT_EQ(result.callsOf({"open(/dev", "write"}).size(), 0) << what;
     }
-    write("fw.bin", image);
-    EXPECT_TRUE(
-        run(program, "fw.bin:read error=5").gave(opening + errorText(EIO) + noHeader, failed));
-    EXPECT_TRUE(run(program, "fw.bin:read ok ok ok error=4")
-                    .gave(validating + errorText(EINTR) + noData + "1\n", failed));
 }
 
 TEST_F(ProgrammingTest, ReportsWhatFailsOnTheWay)
@@ -192,12 +173,13 @@ TEST_F(ProgrammingTest, ReportsWhatFailsOnTheWay)
         EXPECT_EQ(result.status, failed) << script;
         EXPECT_EQ(result.callsOf({"write"}).size(), sent) << script;
     }
-    // An end marker may stand in front of other packets; what the device makes of them is its own.
-    write("fw.bin", image.substr(0, packetSize) + imagePacket(0xFEED001C, 0, 0, "") +
-                        image.substr(2 * packetSize));
+    // An end marker may stand in front of the last packet; what the device makes of it is its own.
+    write("fw.bin", patched(4, words({2})).substr(0, packetSize) +
+                        imagePacket(0xFEED001C, 0, 0, "") +
+                        image.substr(2 * packetSize, packetSize));
     EXPECT_TRUE(
         run("--program-vimbra fw.bin")
-            .gave(programming + "Progress: 28\n" + errorText(EIO) + failedAt + "1\n", failed));
+            .gave(programming + "Progress: 36\n" + errorText(EIO) + failedAt + "1\n", failed));
 }
 
 /// Runs that write hardware outlive their reader and their terminal; no others do.
