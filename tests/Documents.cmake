@@ -1,7 +1,5 @@
 # The documents are held against the source and the program, and their examples are run. That needs srecord,
-# binutils, bash and script.
-
-target_compile_definitions(vimbra-tests PRIVATE VIMBRA_SOURCE_FOLDER="${PROJECT_SOURCE_DIR}")
+# binutils and bash.
 
 if(NOT CMAKE_CROSSCOMPILING AND NOT VIMBRA_SANITIZE)
     foreach(document README.md docs/firmware-files.md docs/formats.md docs/recovery.md docs/runs.md)
@@ -9,5 +7,7 @@ if(NOT CMAKE_CROSSCOMPILING AND NOT VIMBRA_SANITIZE)
                  COMMAND ${PROJECT_SOURCE_DIR}/tests/transcript ${PROJECT_BINARY_DIR}
                          ${PROJECT_SOURCE_DIR}/${document})
     endforeach()
+    add_test(NAME "messages and options"
+             COMMAND ${PROJECT_SOURCE_DIR}/tests/messages ${PROJECT_BINARY_DIR})
     add_test(NAME "completion" COMMAND ${PROJECT_SOURCE_DIR}/tests/completion)
 endif()
