@@ -24,8 +24,8 @@ using simulator::OpenFile;
 namespace {
 
 /// Only what the program itself opens is its own: neither the start of libc nor the simulator's
-/// reading of its script.
-bool hasStarted = false;
+/// reading of its script. Volatile, since clang would run the constructor while it compiles.
+volatile bool hasStarted = false;
 
 [[gnu::constructor]] void start()
 {
