@@ -74,8 +74,9 @@ TEST_F(ListenerTest, PrintsEveryKindOfEvent)
          keyText(0x10006) + keyText(6, 0x10000) + keyText(1, 1)},
         {"sensor and counter", record(valueTag, words({1, 0, 1, 7, 2, 0xFFFFFFFD})),
          "Magnetic sensor: Open\nMagnetic sensor: Close\nCount changed: -3\n"},
-        {"faults", record(valueTag, words({3, 0x38, 3, 0x40, 3, 0x80000010})),
-         "Fault code: 0x38\n\tVideo Loss\n\tVideo Recover\n\tPower Critical\nFault code: 0x40\n"
+        {"faults", record(valueTag, words({3, 0x38, 3, 0xFFFFFFC7, 3, 0x80000010})),
+         "Fault code: 0x38\n\tVideo Loss\n\tVideo Recover\n\tPower Critical\nFault code: "
+         "0xffffffc7\n"
          "Fault code: 0x80000010\n\tVideo Recover\n"},
         {"batteries", record(batteryTag, battery + battery),
          "Right Battery information\n" + batteryText + "Left Battery information\n" + batteryText},
