@@ -12,7 +12,6 @@ namespace {
 constexpr PicNameForm orvelName{"orvel_", "user_", 3};
 constexpr PicNameForm gpsName{"", "_v", 1};
 
-constexpr std::uint16_t noMark = 0;
 constexpr std::uint16_t shoeMark = 0xC000;
 
 constexpr std::array<PicDevice, 5> devices{{
@@ -21,7 +20,6 @@ constexpr std::array<PicDevice, 5> devices{{
         .nameForm = gpsName,
         .nameToken = "kt4100_gps",
         .completionText = "Completed KT4100 GPS PIC Code Update",
-        .firstVersionMark = noMark,
         .isAskedFirst = true,
         .takesHighMemory = false,
         .takesConfiguration = false,
@@ -34,13 +32,6 @@ constexpr std::array<PicDevice, 5> devices{{
         .nameForm = orvelName,
         .nameToken = "base_",
         .completionText = "Completed Orvel Bat Code Update",
-        .firstVersionMark = noMark,
-        .isAskedFirst = false,
-        .takesHighMemory = true,
-        .takesConfiguration = true,
-        .swapsFullBlocks = false,
-        .takesFinish = true,
-        .check = checkPicResponse,
     },
     {
         .code = MoxArmControl::PicDevOrvelShoe,
@@ -48,38 +39,18 @@ constexpr std::array<PicDevice, 5> devices{{
         .nameToken = "interface_",
         .completionText = "Completed Orvel Shoe Code Update",
         .firstVersionMark = shoeMark,
-        .isAskedFirst = false,
-        .takesHighMemory = true,
-        .takesConfiguration = true,
-        .swapsFullBlocks = false,
-        .takesFinish = true,
-        .check = checkPicResponse,
     },
     {
         .code = MoxArmControl::PicDevOrvelCharger,
         .nameForm = orvelName,
         .nameToken = "charger_",
         .completionText = "Completed Orvel Charger Code Update",
-        .firstVersionMark = noMark,
-        .isAskedFirst = false,
-        .takesHighMemory = true,
-        .takesConfiguration = true,
-        .swapsFullBlocks = false,
-        .takesFinish = true,
-        .check = checkPicResponse,
     },
     {
         .code = MoxArmControl::PicDevOrvelAcAdapter,
         .nameForm = orvelName,
         .nameToken = nullptr,
         .completionText = "Completed Orvel AC Adapter Code Update",
-        .firstVersionMark = noMark,
-        .isAskedFirst = false,
-        .takesHighMemory = true,
-        .takesConfiguration = true,
-        .swapsFullBlocks = false,
-        .takesFinish = true,
-        .check = checkPicResponse,
     },
 }};
 

@@ -15,19 +15,19 @@ struct PicNameForm {
     std::size_t leastVersions; ///< the others may be missing
 };
 
-/// What is special about one PIC.
+/// What is special about one PIC. What a row of the table leaves out is as most of them have it.
 struct PicDevice {
     lc::MoxArmControl::PicUpdateDevType code;
     PicNameForm nameForm;
     const char* nameToken; ///< that selects the device in a name; null if no name does
     const char* completionText;
-    std::uint16_t firstVersionMark; ///< bits set in the first version that is sent
-    bool isAskedFirst;              ///< its mode and version decide whether it is updated
-    bool takesHighMemory;           ///< program rows beyond the first 64 KiB of addresses
-    bool takesConfiguration;
-    bool swapsFullBlocks; ///< words 3F FF of full blocks, as those of the last one, become FF 3F
-    bool takesFinish;     ///< the finishing command ends its update
-    PicResponseCheck check;
+    std::uint16_t firstVersionMark = 0; ///< bits set in the first version that is sent
+    bool isAskedFirst = false;          ///< its mode and version decide whether it is updated
+    bool takesHighMemory = true;        ///< program rows beyond the first 64 KiB of addresses
+    bool takesConfiguration = true;
+    bool swapsFullBlocks = false; ///< words 3F FF of full blocks, too, become FF 3F
+    bool takesFinish = true;      ///< the finishing command ends its update
+    PicResponseCheck check = checkPicResponse;
 };
 
 /// All PICs that can be updated, in the order in which a name is searched for their tokens.
