@@ -26,7 +26,7 @@ std::string plainVersion(const std::string& name, std::size_t position)
     }
     const long long number = std::strtoll(name.c_str() + position, nullptr, 10);
     const auto limited = std::clamp<long long>(number, LONG_MIN, LONG_MAX);
-    return " " + std::to_string(static_cast<std::uint16_t>(limited));
+    return std::string(1, ' ').append(std::to_string(static_cast<std::uint16_t>(limited)));
 }
 
 /// Device and versions, or nothing.
