@@ -26,7 +26,7 @@ std::string plainVersion(const std::string& name, std::size_t position)
     }
     const long long number = std::strtoll(name.c_str() + position, nullptr, 10);
     const auto limited = std::clamp<long long>(number, LONG_MIN, LONG_MAX);
-    return std::string(" ").append(std::to_string(static_cast<std::uint16_t>(limited)));
+    return std::string(1, ' ').append(std::to_string(static_cast<std::uint16_t>(limited)));
 }
 
 /// Device and versions, or nothing.
@@ -71,7 +71,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     if (const auto name = parsePicFileName(path)) {
         actual = std::to_string(name->device);
         for (const std::uint16_t version : name->versions) {
-            actual.append(" ").append(std::to_string(version));
+            actual += " " + std::to_string(version);
         }
     }
     expectSame(actual, plainFileName(path));
