@@ -25,7 +25,7 @@ protected:
     {
         write("fw.bin", image);
         write("fw.hex", hexRows(0x08000000, data) + hexEnd);
-        write(battery, hexRows(0x800, data) + hexEnd);
+        write(battery, hexRows(0x800, data.substr(0, 80)) + hexRows(0x900, "is warned of"));
     }
 
     std::string patched(std::size_t offset, const std::string& bytes) const
