@@ -6,24 +6,16 @@
 
 #include <fcntl.h>
 
-namespace {
-
-const MemoryFile& deviceFile()
-{
-    static const MemoryFile file;
-    return file;
-}
-
-} // namespace
+static const MemoryFile deviceFile;
 
 void deliver(const std::string& block)
 {
-    deviceFile().write(block);
+    deviceFile.write(block);
 }
 
 int openForWaiting(const char* /*device*/, int flags)
 {
-    return open(deviceFile().path().c_str(), flags);
+    return open(deviceFile.path().c_str(), flags);
 }
 
 /// The first wait with a set that holds the descriptor finds it ready; the next one with that set

@@ -1,19 +1,41 @@
 // The decoding of a line of a PIC HEX file. The input's first byte is the room for decoded bytes.
 
 #include "fuzz/FuzzTarget.h"
-#include "fuzz/PlainReading.h"
 #include "pic/PicHexRecord.h"
 
 #include <vector>
 
+namespace {
+
+/// The bytes, or why there are none.
+std::string plainLine(const std::string& line, std::size_t most)
+{
+    if (line[0] != ':') {
+        return "Invalid start character in HEX file.";
+    }
+    std::string digits = line.substr(1, line.find_first_of("\r\n", 1) - 1);
+    const bool hasLineEnd = digits.size() + 1 < line.size();
+    digits = digits.substr(0, 2 * most);
+    if (digits.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos ||
+        (digits.size() % 2 != 0 && !hasLineEnd)) {
+        return "Invalid byte format in data";
+    }
+    std::string bytes;
+    for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
+        bytes += static_cast<char>(plainPair(digits.substr(i)));
+    }
+    return bytes;
+}
+
+} // namespace
+
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const std::string input = toText(data, size) + '\0';
-    const std::string line = upToNul(input.substr(1));
+    const std::string line = input.c_str() + 1;
     const auto most = static_cast<std::uint8_t>(input[0]);
     std::vector<std::uint8_t> bytes(most + 1U); // not empty, for null is no buffer
     std::string actual;
-    std::string expected;
     try {
         int count = 0;
         decodeHexLine(line.c_str(), static_cast<int>(line.size()), bytes.data(), &count, most);
@@ -21,11 +43,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     } catch (const char* failure) {
         actual = failure;
     }
-    try {
-        expected = plainPicLine(line, most);
-    } catch (const std::string& failure) {
-        expected = failure;
-    }
-    expectSame(actual, expected);
+    expectSame(actual, plainLine(line, most));
     return 0;
 }

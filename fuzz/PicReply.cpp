@@ -5,6 +5,7 @@
 #include "pic/PicGlobals.h"
 
 #include <algorithm>
+#include <cstring>
 
 using lc::MoxArmControl;
 
@@ -16,23 +17,24 @@ bool MoxArmControl::Pic_Update_Comm_Tx(PicUpdateDevType /*device*/, PicUpdateCmd
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    if (size == 0) {
-        return 0;
-    }
-    const auto command = static_cast<MoxArmControl::PicUpdateCmdType>(data[0] % 16);
-    const std::string block = toText(data + 1, std::min(size - 1, maxBlockSize));
+    const std::string input = toText(data, size) + '\0';
+    const auto command = static_cast<MoxArmControl::PicUpdateCmdType>(input[0] & 0xF);
+    const bool isGps = (input[0] & 0x80) != 0;
+    const std::string block = input.substr(1, std::min(input.size() - 2, maxBlockSize));
     deliver(block);
-    resetPicGlobals();
     PicCommandChannel channel;
     channel.open();
     bool isAccepted = false;
-    const std::string printed = capture([&] {
-        isAccepted =
-            channel.sendPicCommand(MoxArmControl::PicDevNone, command, {},
-                                   data[0] >= 128 ? checkGpsPicResponse : checkPicResponse);
+    const std::string printed = capture(stdout, [&] {
+        isAccepted = channel.sendPicCommand(MoxArmControl::PicDevNone, command, {},
+                                            isGps ? checkGpsPicResponse : checkPicResponse);
     });
-    expect(isAccepted == (printed.find("PicUpdateErr: ") == std::string::npos), printed);
-    expect(!isAccepted || block.size() > sizeof(ArmRecordHeader), printed);
-    expect(Cmd == MoxArmControl::PicCmdNone && GpsPicMode >= 0 && GpsPicMode <= 255, printed);
+    expect(isAccepted == (printed.find("PicUpdateErr: ") == std::string::npos), "failures told");
+    expect(!isAccepted || block.size() > 8, "no answer in a header alone");
+    ArmRecordHeader header{};
+    std::memcpy(&header, block.data(), std::min(block.size(), sizeof(header)));
+    expect(!isAccepted || header.tag != picReplyTag || header.length <= block.size() - 8,
+           "no answer in a part of a reply");
+    expect(Cmd == 255, "no reply is awaited any more");
     return 0;
 }

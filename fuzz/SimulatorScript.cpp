@@ -1,5 +1,4 @@
-// A script of the simulated instrument: it is refused with a message, or all that it plans can be
-// carried out.
+// A script of the simulated instrument is refused, or all that it plans can be carried out.
 
 #include "fuzz/FuzzTarget.h"
 #include "simulator/Script.h"
@@ -10,29 +9,24 @@
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     simulator::Script script;
-    const std::string text = toText(data, size);
+    std::istringstream lines(toText(data, size));
+    std::istringstream words(lines.str());
     try {
-        std::istringstream lines(text);
         script.read(lines);
     } catch (const simulator::ScriptError&) {
         return 0;
     }
-    std::istringstream words(text);
     for (std::string key; words >> key;) {
         while (script.hasMore(key)) {
             const simulator::Outcome outcome = script.next(key);
-            const bool fits = outcome.fits(key.substr(key.rfind(':') + 1));
-            const std::string digits = outcome.text("hex");
-            if (!fits || outcome.bytes("hex").size() * 2 != digits.size()) {
-                std::abort();
-            }
+            expect(outcome.fits(key.substr(key.rfind(':') + 1)), "outcomes that fit");
+            expect(outcome.bytes("hex").size() * 2 == outcome.text("hex").size(), "whole bytes");
         }
     }
     const std::string& failure = script.setting("fail");
-    if (!simulator::parseVersions(script.setting("pic-version")) ||
-        !simulator::parseRange(script.setting("flash")) ||
-        (failure != "none" && !simulator::parseFailure(failure))) {
-        std::abort();
-    }
+    expect(simulator::parseVersions(script.setting("pic-version")) &&
+               simulator::parseRange(script.setting("flash")) &&
+               (failure == "none" || simulator::parseFailure(failure)),
+           "settings that can be read");
     return 0;
 }
