@@ -6,7 +6,7 @@ check_build_folder() {
     local place=. found
     [ ! -e build ] || place=build
     found=$({ find "$place" -maxdepth 0 ! -writable
-        find "$@" ! -type l ! -writable -print -quit; } 2>/dev/null | head -n 1)
+        find "$@" ! -type l ! -writable -print -quit; } 2>/dev/null | head -n 1) || true  # what isn't there yet
     [ -z "$found" ] && return
     found=$(readlink -f "$found")
     echo "$found belongs to $(stat -c %U "$found") and can't be written; remove it, or run as its owner" >&2
