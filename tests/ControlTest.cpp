@@ -85,15 +85,6 @@ TEST_F(ControlTest, InterfaceCatchesOnlyWhatTheDisplayThrows)
     }
 }
 
-TEST_F(ControlTest, VersionShowsTheTextAsItComes)
-{
-    const std::string head = "Running task: Arm-gen_util test\n";
-    EXPECT_TRUE(run("--version", "GetVimbraSwVersion \"text=a % b\"\n")
-                    .gave(head + "Vimbra Version: a % b\n"));
-    EXPECT_TRUE(run("--version --progress-file p", "GetVimbraSwVersion throw=x\n")
-                    .gave(head + "Caught unknown error\n", failed));
-}
-
 class AuthenticationTest : public ToolTest {
 protected:
     /// Runs the read-out with answers to the reads behind the eight status registers.

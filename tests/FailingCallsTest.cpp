@@ -87,41 +87,30 @@ bool isPrefix(const std::vector<std::string>& part, const std::vector<std::strin
     return part.size() <= whole.size() && std::equal(part.begin(), part.end(), whole.begin());
 }
 
-class FailingCallsTest : public ToolTest {
+struct GoodRun {
+    std::string name;
+    std::string arguments;
+    std::string script;
+};
+
+class FailingCallsTest : public ToolTest, public testing::WithParamInterface<GoodRun> {
 protected:
     FailingCallsTest()
     {
         write("fw.bin", makeImage(0x08000000, data));
         write("fw.hex", hexRows(0x08000000, data) + hexEnd);
+        write("kt4100_gps_v8.hex", hexRows(0x800, data.substr(0, 20)) + hexEnd);
+        write("orvel_base_user_3_1_20.hex",
+              hexRows(0x800, data.substr(0, 100)) + hexRows(0x300000, data.substr(0, 14)) + hexEnd);
     }
 
-    void failEachCall(const std::string& toolArguments, const std::string& instrument = "")
-    {
-        arguments = toolArguments;
-        script = instrument;
-        good = runAnew("none");
-        ASSERT_EQ(good.status, 0) << good.output << good.errors;
-        image = read("fw.hex.bin");
-        for (std::size_t number = 1; number <= good.calls.size(); ++number) {
-            for (const std::string& kind : kindsOfFailure(good.calls[number - 1])) {
-                failCall(number, kind);
-            }
-            killBehind(number);
-        }
-        for (const auto& [exception, isNeeded] : isExceptionNeeded) {
-            EXPECT_TRUE(isNeeded) << "superfluous: " << exception->failure;
-        }
-        std::cout << runs << " runs of " << arguments << "\n";
-    }
-
-private:
     ToolResult runAnew(const std::string& failure)
     {
         for (const char* name : {"p", "fw.hex.bin", "volatile/fw.hex.bin"}) {
             std::filesystem::remove(folder / name);
         }
         ++runs;
-        return run(arguments, script + "set fail \"" + failure + "\"\n");
+        return run(GetParam().arguments, GetParam().script + "set fail \"" + failure + "\"\n");
     }
 
     void failCall(std::size_t number, const std::string& kind)
@@ -176,47 +165,42 @@ private:
     }
 
     const std::string data = makeData(2 * chunkSize);
-    std::string arguments;
-    std::string script;
     ToolResult good;
     std::string image;
     int runs = 0;
     std::map<const Exception*, bool> isExceptionNeeded;
 };
 
-TEST_F(FailingCallsTest, OfProgrammingAnImage)
+TEST_P(FailingCallsTest, AreNotMistakenForSuccess)
 {
-    failEachCall("--program-vimbra fw.bin --progress-file p");
+    good = runAnew("none");
+    ASSERT_EQ(good.status, 0) << good.output << good.errors;
+    image = read("fw.hex.bin");
+    for (std::size_t number = 1; number <= good.calls.size(); ++number) {
+        for (const std::string& kind : kindsOfFailure(good.calls[number - 1])) {
+            failCall(number, kind);
+        }
+        killBehind(number);
+    }
+    for (const auto& [exception, isNeeded] : isExceptionNeeded) {
+        EXPECT_TRUE(isNeeded) << "superfluous: " << exception->failure;
+    }
+    std::cout << runs << " runs of " << GetParam().arguments << "\n";
 }
 
-TEST_F(FailingCallsTest, OfProgrammingAHexFile)
-{
-    failEachCall("--program-vimbra fw.hex", "fw.hex:read count=3000\n");
-}
+const char* const shortReads = "fw.hex:read count=3000\n";
 
-TEST_F(FailingCallsTest, OfConvertingAHexFile)
-{
-    failEachCall("--firmware-hex fw.hex", "fw.hex:read count=3000\n");
-}
-
-TEST_F(FailingCallsTest, OfUpdatingABatteryPack)
-{
-    write("orvel_base_user_3_1_20.hex",
-          hexRows(0x800, std::string(100, 'r')) + hexRows(0x300000, std::string(14, 'c')) + hexEnd);
-    failEachCall("--program-pic orvel_base_user_3_1_20.hex",
-                 "/dev/arm-comms:read hex=01\n"
-                 "orvel_base_user_3_1_20.hex:read count=200 ok ok count=200\n");
-}
-
-TEST_F(FailingCallsTest, OfUpdatingTheGpsBoard)
-{
-    write("kt4100_gps_v8.hex", hexRows(0x800, std::string(20, 'r')) + hexEnd);
-    failEachCall("--program-pic kt4100_gps_v8.hex");
-}
-
-TEST_F(FailingCallsTest, OfReadingTheAuthenticationChip)
-{
-    failEachCall("--comm-listen", "Ipad_Auth_Chip_Rx ok ok ok ok ok ok ok ok hex=00C8\n");
-}
+INSTANTIATE_TEST_SUITE_P(
+    Of, FailingCallsTest,
+    testing::Values(GoodRun{"ProgrammingAnImage", "--program-vimbra fw.bin --progress-file p", ""},
+                    GoodRun{"ProgrammingAHexFile", "--program-vimbra fw.hex", shortReads},
+                    GoodRun{"ConvertingAHexFile", "--firmware-hex fw.hex", shortReads},
+                    GoodRun{"UpdatingABatteryPack", "--program-pic orvel_base_user_3_1_20.hex",
+                            "/dev/arm-comms:read hex=01\n"
+                            "orvel_base_user_3_1_20.hex:read count=200 ok ok count=200\n"},
+                    GoodRun{"UpdatingTheGpsBoard", "--program-pic kt4100_gps_v8.hex", ""},
+                    GoodRun{"ReadingTheAuthenticationChip", "--comm-listen",
+                            "Ipad_Auth_Chip_Rx ok ok ok ok ok ok ok ok hex=00C8\n"}),
+    [](const auto& run) { return run.param.name; });
 
 } // namespace

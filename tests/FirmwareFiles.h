@@ -1,10 +1,10 @@
 #pragma once
 
 #include <algorithm>
-#include <cctype>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <numeric>
 #include <random>
 #include <string>
@@ -16,13 +16,13 @@ inline constexpr std::size_t chunkSize = 1024;            ///< data bytes of a p
 inline constexpr std::size_t packetSize = 20 + chunkSize; ///< of a firmware image
 inline const std::string hexEnd = ":00000001FF\n";
 
-/// Hexadecimal digits, in lower case, and back.
-inline std::string toHex(const std::string& bytes)
+/// Hexadecimal digits, in the given form, and back.
+inline std::string toHex(const std::string& bytes, const char* form = "%02hhx")
 {
     std::string digits;
     for (const char byte : bytes) {
         char pair[3];
-        std::snprintf(pair, sizeof(pair), "%02x", static_cast<unsigned char>(byte));
+        std::snprintf(pair, sizeof(pair), form, byte);
         digits += pair;
     }
     return digits;
@@ -42,15 +42,11 @@ inline std::string bigEndian16(unsigned int value)
     return {static_cast<char>(value >> 8), static_cast<char>(value)};
 }
 
-/// Numbers of 32 bits, little-endian.
+/// Numbers of 32 bits, little-endian as all machines that this runs on.
 inline std::string words(const std::vector<std::uint32_t>& values)
 {
-    std::string bytes;
-    for (const std::uint32_t value : values) {
-        for (unsigned int shift = 0; shift < 32; shift += 8) {
-            bytes += static_cast<char>(value >> shift);
-        }
-    }
+    std::string bytes(4 * values.size(), '\0');
+    std::memcpy(bytes.data(), values.data(), bytes.size());
     return bytes;
 }
 
@@ -66,9 +62,7 @@ inline std::string hexRecord(unsigned int type, unsigned int address, const std:
 {
     const std::string bytes = std::string(1, static_cast<char>(data.size())) +
                               bigEndian16(address) + static_cast<char>(type) + data;
-    std::string digits = toHex(bytes + static_cast<char>(checksumOf(bytes)));
-    std::transform(digits.begin(), digits.end(), digits.begin(), ::toupper);
-    return ":" + digits + "\n";
+    return ":" + toHex(bytes + static_cast<char>(checksumOf(bytes)), "%02hhX") + "\n";
 }
 
 /// Data records of `width` bytes each, with an extended linear address record in front of each 64
@@ -76,15 +70,12 @@ inline std::string hexRecord(unsigned int type, unsigned int address, const std:
 inline std::string hexRows(std::uint32_t address, const std::string& data, std::size_t width = 16)
 {
     std::string text;
-    for (std::size_t offset = 0; offset < data.size();) {
+    for (std::size_t offset = 0; offset < data.size(); offset += width) {
         const std::uint32_t rowAddress = address + static_cast<std::uint32_t>(offset);
         if (offset == 0 || rowAddress % 0x10000 == 0) {
             text += hexRecord(4, 0, bigEndian16(rowAddress >> 16));
         }
-        const std::size_t size =
-            std::min<std::size_t>({width, data.size() - offset, 0x10000 - rowAddress % 0x10000});
-        text += hexRecord(0, rowAddress & 0xFFFF, data.substr(offset, size));
-        offset += size;
+        text += hexRecord(0, rowAddress & 0xFFFF, data.substr(offset, width));
     }
     return text;
 }
@@ -109,10 +100,10 @@ inline std::string imagePacket(std::uint32_t type, std::uint32_t index, std::uin
 inline std::string makeImage(std::uint32_t address, const std::string& data)
 {
     const auto count = static_cast<std::uint32_t>(data.size() / chunkSize);
-    std::string image = imagePacket(0xFEED001A, count, address, data.substr(0, chunkSize));
-    for (std::uint32_t i = 1; i < count; ++i) {
-        const std::string chunk = data.substr(i * chunkSize, chunkSize);
-        image += imagePacket(0xFEED001B, i, address + i * 1024, chunk);
+    std::string image;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        image += imagePacket(i == 0 ? 0xFEED001A : 0xFEED001B, i == 0 ? count : i,
+                             address + i * 1024, data.substr(i * chunkSize, chunkSize));
     }
     return image + imagePacket(0xFEED001C, 0, 0, "");
 }

@@ -225,14 +225,4 @@ TEST_F(ListenerTest, PrintsBluetoothBytesInLinesOfSixteen)
         "select(/dev/ttyARM0, 1.000000) = 1\nread(/dev/ttyARM0, 4096) = 20\n"));
 }
 
-TEST_F(ListenerTest, ReportsDevicesThatCannotBeOpened)
-{
-    for (const Listener& listener : {events, sensors, tty}) {
-        const std::string text = listener.device == tty.device ? "opening " : "openinig ";
-        EXPECT_EQ(listen(listener, {}, listener.device + ":open error=2"),
-                  "Failed " + text + listener.device + "\n");
-        EXPECT_EQ(result.status, failed);
-    }
-}
-
 } // namespace

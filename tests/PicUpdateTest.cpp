@@ -178,7 +178,6 @@ TEST_F(PicUpdateTest, DecidesOnTheGpsPicsModeAndVersion)
     const std::string answer = comms + ":read hex=";
     const Rows<std::string, std::string> cases{
         {"older", "set gps-version 7", "67023" + told(1, 7, "0x7") + gpsUpdated},
-        {"the same", "set gps-version 8", "67" + told(1, 8, "0x8") + upToDate},
         {"17 bits", "set gps-version 65536", "67" + told(1, 65536, "0x10000") + upToDate},
         {"32 bits, shown as the platform's long", "set gps-version 0x80000000",
          "67" + told(1, 0x80000000, "0x80000000") + upToDate},
@@ -320,17 +319,6 @@ TEST_F(PicUpdateTest, WarnsOfRowsThatDoNotFollow)
         EXPECT_TRUE(own.starts_with(warning)) << what;
         EXPECT_EQ(splitLines(own).size(), warning.empty() ? 0 : 1) << what;
     }
-}
-
-TEST_F(PicUpdateTest, ReportsFilesAndDevicesThatCannotBeOpened)
-{
-    const std::string head = "Running task: PIC Bootloader\n";
-    EXPECT_TRUE(run("--program-pic " + battery.name)
-                    .gave(head + "Checking File Name\nFailed to open pic firmware file. Ensure "
-                                 "proper name format.\n",
-                          failed));
-    EXPECT_TRUE(run("--program-pic " + battery.name, comms + ":open error=2\n")
-                    .gave(head + "Failed opening /dev/arm-comms\n", failed));
 }
 
 /// Draining goes on behind an empty read, but not for ever.

@@ -20,21 +20,15 @@ std::vector<std::string> splitLines(const std::string& text)
 
 testing::AssertionResult isSame(const std::string& actual, const std::string& expected)
 {
-    if (actual == expected) {
-        return testing::AssertionSuccess();
-    }
-    constexpr std::size_t before = 40;
-    constexpr std::size_t shown = 120;
-    const auto difference =
+    const auto different =
         std::mismatch(actual.begin(), actual.end(), expected.begin(), expected.end()).first;
-    const auto offset = static_cast<std::size_t>(difference - actual.begin());
-    const auto part = [&](const std::string& text) {
-        return testing::PrintToString(text.substr(offset - std::min(offset, before), shown));
+    const auto offset = static_cast<std::size_t>(different - actual.begin());
+    const auto behind = [&](const std::string& text) {
+        return testing::PrintToString(text.substr(offset, 120));
     };
-    return testing::AssertionFailure()
-           << "first difference at " << offset << " of " << actual.size() << ", expected "
-           << expected.size() << "\n  there is: " << part(actual)
-           << "\n  expected: " << part(expected) << "\n";
+    return testing::AssertionResult(actual == expected)
+           << "at " << offset << " there is " << behind(actual) << ", expected " << behind(expected)
+           << "\n";
 }
 
 testing::AssertionResult ToolResult::gave(const std::string& text, int exitStatus) const
@@ -75,8 +69,6 @@ std::filesystem::path findTemporaryFolder()
 
 } // namespace
 
-const std::string ToolTest::tool = VIMBRA_TOOL;
-
 ToolTest::ToolTest() : folder(findTemporaryFolder() / ("vimbra-" + std::to_string(getpid())))
 {
     std::filesystem::create_directories(folder / "volatile");
@@ -102,25 +94,15 @@ std::string ToolTest::read(const std::string& name) const
 
 ToolResult ToolTest::run(const std::string& arguments, const std::string& script) const
 {
+    std::filesystem::remove(folder / "trace");
     write("script", "set clock fast\n" + script);
-    const std::string environment =
+    std::string command =
         "VIMBRA_SIM_SCRIPT=script VIMBRA_SIM_TRACE=trace VIMBRA_SIM_VOLATILE=volatile "
         "ASAN_OPTIONS=verify_asan_link_order=0 ";
     const std::string preload = "LD_PRELOAD=" VIMBRA_DEVICE_NODES " ";
     const bool isEmulated = *emulator != '\0'; // which would take the library for its own
-    return runCommand(environment +
-                      (isEmulated ? std::string(emulator) + " -E " + preload : preload) + "'" +
-                      tool + "' " + arguments);
-}
-
-ToolResult ToolTest::runPlainly(const std::string& arguments) const
-{
-    return runCommand(std::string(emulator) + " '" + tool + "' " + arguments);
-}
-
-ToolResult ToolTest::runCommand(const std::string& command) const
-{
-    std::filesystem::remove(folder / "trace");
+    command += isEmulated ? std::string(emulator) + " -E " + preload : preload;
+    command += "'" VIMBRA_TOOL "' " + arguments;
     // A run that never ends is not to fill the disk.
     write("command", "ulimit -f 20000\n{ " + command + "; } >output 2>errors </dev/null\n");
     const std::string limits = "timeout --kill-after=5 " + std::to_string(timeLimit);

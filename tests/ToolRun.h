@@ -50,19 +50,12 @@ protected:
     /// the simulated instrument reads; no pause is really waited for.
     ToolResult run(const std::string& arguments, const std::string& script = "") const;
 
-    /// Runs the tool without the simulated device nodes.
-    ToolResult runPlainly(const std::string& arguments) const;
-
     void write(const std::string& name, const std::string& content) const;
 
     /// The content of a file, or "(no file)".
     std::string read(const std::string& name) const;
 
-    static const std::string tool; ///< path of the program
     std::filesystem::path folder;
-
-private:
-    ToolResult runCommand(const std::string& command) const;
 };
 
 std::vector<std::string> splitLines(const std::string& text);
