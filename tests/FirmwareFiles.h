@@ -62,7 +62,8 @@ inline std::string hexRecord(unsigned int type, unsigned int address, const std:
 {
     const std::string bytes = std::string(1, static_cast<char>(data.size())) +
                               bigEndian16(address) + static_cast<char>(type) + data;
-    return ":" + toHex(bytes + static_cast<char>(checksumOf(bytes)), "%02hhX") + "\n";
+    const std::string digits = toHex(bytes + static_cast<char>(checksumOf(bytes)), "%02hhX");
+    return std::string(":").append(digits).append("\n");
 }
 
 /// Data records of `width` bytes each, with an extended linear address record in front of each 64
