@@ -11,10 +11,10 @@ target_compile_options(vimbra_compile_options INTERFACE
     $<$<BOOL:${VIMBRA_WARNINGS_AS_ERRORS}>:-Werror>)
 
 # Each call goes by its own name, which is what stands in front of it looks for. _FORTIFY_SOURCE turns read and fgets
-# into others; the other two, which some 32-bit compilers predefine, do so with open, lseek and select. What -Wp passes
-# on comes behind a distribution's flags.
+# into others; what -Wp passes on comes behind a distribution's flags. The other two do so with open, lseek and select;
+# some 32-bit compilers define them unless they see just these options.
 target_compile_options(vimbra_compile_options INTERFACE
-    -Wp,-U_FORTIFY_SOURCE -Wp,-U_TIME_BITS -Wp,-U_FILE_OFFSET_BITS)
+    -Wp,-U_FORTIFY_SOURCE -U_TIME_BITS -U_FILE_OFFSET_BITS)
 
 # The tool runs as root on a field device.
 target_compile_options(vimbra_compile_options INTERFACE -fstack-protector-strong)
@@ -26,7 +26,8 @@ target_compile_options(vimbra_compile_options INTERFACE
 target_link_options(vimbra_compile_options INTERFACE $<$<CONFIG:Release>:-Wl,--gc-sections>)
 
 if(VIMBRA_SANITIZE OR VIMBRA_FUZZ)
-    set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer
+        -ftrivial-auto-var-init=pattern) # so that what is not initialized is not zero by chance
     target_compile_options(vimbra_compile_options INTERFACE ${sanitizers})
     target_link_options(vimbra_compile_options INTERFACE ${sanitizers})
 endif()

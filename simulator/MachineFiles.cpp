@@ -28,7 +28,7 @@ public:
     /// Gives a stream on the file a buffer of the size that libc would give it.
     void buffer(std::FILE* stream)
     {
-        struct stat status {};
+        struct stat status = {};
         fstat(descriptor(), &status);
         streamBuffer.resize(static_cast<std::size_t>(status.st_blksize));
         std::setvbuf(stream, streamBuffer.data(), _IOFBF, streamBuffer.size());

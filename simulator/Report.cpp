@@ -24,8 +24,8 @@ int reportDescriptor = -1;
 void writeLine(int descriptor, const std::string& line)
 {
     const int error = errno;
-    struct sigaction ignore {};
-    struct sigaction before {};
+    struct sigaction ignore = {};
+    struct sigaction before = {};
     ignore.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &ignore, &before);
     if (write(descriptor, line.data(), line.size()) == -1) {

@@ -3,15 +3,18 @@
 #include "simulator/Outcome.h"
 
 #include <algorithm>
-#include <initializer_list>
+#include <utility>
 
 namespace simulator {
 
 namespace {
 
-bool isOneOf(const std::string& value, std::initializer_list<const char*> words)
+/// A check that takes just these words.
+auto oneOf(std::vector<std::string> words)
 {
-    return std::find(words.begin(), words.end(), value) != words.end();
+    return [words = std::move(words)](const std::string& value) {
+        return std::find(words.begin(), words.end(), value) != words.end();
+    };
 }
 
 bool isNumberUpTo(const std::string& value, long long limit)
@@ -34,9 +37,7 @@ const std::vector<SettingRule>& settingRules()
 {
     static const std::vector<SettingRule> rules{
         {"pic", "normal", "normal, silent, late or refuse",
-         [](const std::string& value) {
-             return isOneOf(value, {"normal", "silent", "late", "refuse"});
-         }},
+         oneOf({"normal", "silent", "late", "refuse"})},
         {"pic-version", "1.0.0", "three numbers, such as 3.1.20",
          [](const std::string& value) { return parseVersions(value).has_value(); }},
         {"gps-mode", "1", "a number up to 255",
@@ -45,14 +46,8 @@ const std::vector<SettingRule>& settingRules()
          [](const std::string& value) { return isNumberUpTo(value, UINT32_MAX); }},
         {"flash", "0-0xFFFFFFFF", "FIRST-LAST, addresses",
          [](const std::string& value) { return parseRange(value).has_value(); }},
-        {"clock", "real", "real or fast",
-         [](const std::string& value) {
-             return isOneOf(value, {"real", "fast"});
-         }},
-        {"globals", "hidden", "hidden or shown",
-         [](const std::string& value) {
-             return isOneOf(value, {"hidden", "shown"});
-         }},
+        {"clock", "real", "real or fast", oneOf({"real", "fast"})},
+        {"globals", "hidden", "hidden or shown", oneOf({"hidden", "shown"})},
         {"fail", "none", "\"K OUTCOME\", or none",
          [](const std::string& value) { return value == "none" || parseFailure(value); }},
     };

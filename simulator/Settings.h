@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,7 +13,7 @@ struct SettingRule {
     const char* name;
     const char* initial;
     const char* form; ///< what a value looks like, for the user
-    bool (*accepts)(const std::string& value);
+    std::function<bool(const std::string& value)> accepts;
 };
 
 /// All settings.
