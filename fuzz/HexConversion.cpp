@@ -154,7 +154,7 @@ struct PlainConversion {
     {
         chunk.resize(chunkSize, '\xFF');
         image += word(packets == 0 ? 0xFEED001A : 0xFEED001B) + word(packets) +
-                 word(*chunkAddress) + word(chunkSize) +
+                 word(chunkAddress.value_or(0)) + word(chunkSize) +
                  word(-std::accumulate(chunk.begin(), chunk.end(), 0U) & 0xFF) + chunk;
         ++packets;
     }

@@ -63,7 +63,7 @@ Value pick(const Outcome& outcome, const char* name, Value own)
 
 /// The scripted values, one digit each, or the instrument's own.
 template <class Value>
-std::vector<Value> pickAll(const Outcome& outcome, const char* name, std::vector<Value> own)
+std::vector<Value> pickAll(const Outcome& outcome, const char* name, const std::vector<Value>& own)
 {
     std::vector<Value> values;
     for (const char digit : outcome.text(name)) {

@@ -106,8 +106,9 @@ bool PicBootloader::exists(int picDevice)
 
 PicBootloader::PicBootloader(int picDevice)
     : model(*findModel(picDevice)),
-      version(model.isGps ? Versions{numberSetting("gps-version"), 0, 0}
-                          : *parseVersions(Script::instance().setting("pic-version")))
+      version(model.isGps
+                  ? Versions{numberSetting("gps-version"), 0, 0}
+                  : parseVersions(Script::instance().setting("pic-version")).value_or(Versions{}))
 {
 }
 

@@ -17,18 +17,13 @@ auto oneOf(std::vector<std::string> words)
     };
 }
 
-bool isNumberUpTo(const std::string& value, long long limit)
+std::optional<std::uint32_t> parseWord(const std::string& text, std::uint32_t limit = UINT32_MAX)
 {
-    const auto number = parseNumber(value);
-    return number && *number >= 0 && *number <= limit;
-}
-
-std::optional<std::uint32_t> parseWord(const std::string& text)
-{
-    if (!isNumberUpTo(text, UINT32_MAX)) {
+    const auto number = parseNumber(text);
+    if (!number || *number < 0 || *number > limit) {
         return std::nullopt;
     }
-    return static_cast<std::uint32_t>(*parseNumber(text));
+    return static_cast<std::uint32_t>(*number);
 }
 
 } // namespace
@@ -41,9 +36,9 @@ const std::vector<SettingRule>& settingRules()
         {"pic-version", "1.0.0", "three numbers, such as 3.1.20",
          [](const std::string& value) { return parseVersions(value).has_value(); }},
         {"gps-mode", "1", "a number up to 255",
-         [](const std::string& value) { return isNumberUpTo(value, 255); }},
+         [](const std::string& value) { return parseWord(value, 255).has_value(); }},
         {"gps-version", "1", "a number of 32 bits",
-         [](const std::string& value) { return isNumberUpTo(value, UINT32_MAX); }},
+         [](const std::string& value) { return parseWord(value).has_value(); }},
         {"flash", "0-0xFFFFFFFF", "FIRST-LAST, addresses",
          [](const std::string& value) { return parseRange(value).has_value(); }},
         {"clock", "real", "real or fast", oneOf({"real", "fast"})},
@@ -61,10 +56,11 @@ std::optional<std::array<std::uint32_t, 3>> parseVersions(const std::string& tex
     for (std::uint32_t& version : versions) {
         const bool isLast = &version == &versions.back();
         const std::size_t end = isLast ? text.size() : text.find('.', start);
-        if (end == std::string::npos || !isNumberUpTo(text.substr(start, end - start), 0xFFFF)) {
+        const auto number = parseWord(text.substr(start, end - start), 0xFFFF);
+        if (end == std::string::npos || !number) {
             return std::nullopt;
         }
-        version = *parseWord(text.substr(start, end - start));
+        version = *number;
         start = end + 1;
     }
     return versions;
