@@ -27,8 +27,13 @@ function(install_manual component command)
                    ${PROJECT_SOURCE_DIR}/packaging/man/${command}.1)
 endfunction()
 
-# Installs what a package tells about itself.
+# Installs what a package tells about itself and for the bench.
 function(install_documents component package)
+    set(bench decisions firmware-files formats messages recovery runs simulator)
+    list(TRANSFORM bench REPLACE "(.+)" "docs/\\1.md")
+    install(FILES ${bench} DESTINATION ${documents}/${package}/docs COMPONENT ${component})
+    install(PROGRAMS examples/watch-progress DESTINATION ${documents}/${package}/examples
+            COMPONENT ${component})
     install_joined(${component} changelog.gz ${documents}/${package}
                    ${PROJECT_BINARY_DIR}/changelog)
     install(FILES packaging/copyright DESTINATION ${documents}/${package} COMPONENT ${component})
@@ -49,8 +54,6 @@ if(NOT VIMBRA_COMMON_LIBRARY)
             COMPONENT simulator)
     install(DIRECTORY examples DESTINATION ${documents}/vimbra-simulator COMPONENT simulator
             PATTERN watch-progress EXCLUDE)
-    install(PROGRAMS examples/watch-progress
-            DESTINATION ${documents}/vimbra-simulator/examples COMPONENT simulator)
     install_manual(simulator vimbra-simulate)
     install_manual(simulator vimbra-tool) # whose options it takes
     # Its completion takes functions of the tool's.
