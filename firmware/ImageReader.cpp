@@ -28,7 +28,6 @@ bool ImageReader::readFileHeader()
         return false;
     }
     packet.header = fileHeader;
-    packetIndex = 0;
     return true;
 }
 
