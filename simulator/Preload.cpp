@@ -9,6 +9,7 @@
 #include "simulator/MachineFiles.h"
 #include "simulator/OpenFile.h"
 #include "simulator/RealCall.h"
+#include "simulator/Report.h"
 #include "simulator/Selection.h"
 
 #include <cstdio>
@@ -75,7 +76,14 @@ int fileno(FILE* stream) noexcept
 int close(int fd)
 {
     const auto file = simulator::takeFile(fd);
-    return file != nullptr ? file->close() : REAL(close)(fd);
+    if (file != nullptr) {
+        return file->close();
+    }
+    const int result = REAL(close)(fd);
+    if (result == -1 && hasStarted) {
+        simulator::trace("stray(close)"); // of what may be somebody else's by now
+    }
+    return result;
 }
 
 ssize_t read(int fd, void* buffer, size_t size)
