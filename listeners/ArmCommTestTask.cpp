@@ -85,7 +85,7 @@ int ReadOut::readCertificate()
         std::puts("Ipad Auth Read Fail");
         return 0;
     }
-    if (count <= 0) {
+    if (count == 0) {
         std::puts("Invalid Length read for MFI Certificate");
         return -1;
     }

@@ -69,5 +69,5 @@ std::span<std::uint8_t> PicDataBlock::row(std::size_t index)
 
 std::span<std::uint8_t> PicDataBlock::bytes()
 {
-    return {payload.address.data(), sizeof(payload)};
+    return {reinterpret_cast<std::uint8_t*>(&payload), sizeof(payload)};
 }

@@ -139,7 +139,7 @@ TEST_F(AuthenticationTest, EndsAsTheAnswersSay)
         // the answers, the output, the status
         {"false", "Ipad Auth Read Fail\n", 0},
         {"count=0", noLength, failed},
-        {"count=-1", noLength, failed},
+        {"hex=0000,count=-1", "Read Certificate Length: 0\n", 0},
         {"unfilled", wrongLength("63232"), failed}, // the count and the byte read before
         {"hex=0400", wrongLength("1024"), failed},
         {"hex=FFFF", wrongLength("65535"), failed},
