@@ -42,51 +42,58 @@ constexpr bool isLineEnd(char character)
     return character == '\r' || character == '\n';
 }
 
-/// Decodes `count` pairs of hexadecimal digits into as many bytes at `out`, at most 1020. Returns
-/// the bytes' sum modulo 256, or nothing if a character was no digit; `out` holds nothing of use
-/// then.
+/// Pairs that `decodeHexDigits` decodes at once.
+inline constexpr std::size_t hexGroupPairs = 8;
+
+/// Decodes `count` pairs of hexadecimal digits, from `hexGroupPairs` to 2048, into as many bytes at
+/// `out`. Returns the bytes' sum modulo 256, or nothing if a character was no digit; `out` holds
+/// nothing of use then.
 ///
-/// Eight digits are decoded at once, each in a byte of a 64-bit word. Adding 0x80 - N to a byte
-/// below 0x80 sets its top bit if it is N or more, without a carry into the next byte. A byte of
-/// 0x80 and more never passes for a digit.
+/// A group's digits are the bytes of two 64-bit words, which share a register where the processor
+/// has vectors. Adding 0x80 - N to a byte below 0x80 sets its top bit if it is N or more, without a
+/// carry into the next byte. A byte of 0x80 and more never passes for a digit.
 inline std::optional<std::uint8_t> decodeHexDigits(const char* text, std::size_t count,
                                                    std::uint8_t* out)
 {
     static_assert(std::endian::native == std::endian::little);
+    using Words [[gnu::vector_size(2 * hexGroupPairs)]] = std::uint64_t;
+    using Pairs [[gnu::vector_size(2 * hexGroupPairs)]] = std::uint16_t;
+    using Bytes [[gnu::vector_size(hexGroupPairs)]] = std::uint8_t;
     constexpr std::uint64_t each = 0x0101'0101'0101'0101;
-    constexpr auto from = [](std::uint64_t word, char least) {
-        return word + (0x80 - static_cast<std::uint64_t>(least)) * each;
-    };
-    constexpr std::size_t groupPairs = 4;
-    std::uint64_t areDigits = 0x80 * each; // by their top bits
-    std::uint64_t sums = 0;                // in four lanes of 16 bits
-    for (; count >= groupPairs; count -= groupPairs) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, text, sizeof(word));
-        const std::uint64_t lowered = word | 0x20 * each;
-        const std::uint64_t numerals = from(word, '0') & ~from(word, '9' + 1);
-        const std::uint64_t letters = from(lowered, 'a') & ~from(lowered, 'f' + 1);
+    constexpr std::uint64_t from0 = (0x80 - '0') * each;
+    constexpr std::uint64_t above9 = (0x7F - '9') * each;
+    constexpr std::uint64_t fromA = (0x80 - 'a') * each;
+    constexpr std::uint64_t aboveF = (0x7F - 'f') * each;
+    Words areDigits = ~Words{}; // by their top bits
+    const auto decodeGroup = [&](std::size_t first) {
+        Words digits;
+        std::memcpy(&digits, text + 2 * first, sizeof(digits));
+        const Words lowered = digits | 0x20 * each;
+        const Words numerals = (digits + from0) & ~(digits + above9);
+        const Words letters = (lowered + fromA) & ~(lowered + aboveF);
         areDigits &= numerals | letters;
         // Letters have bit 6 set and are worth 9 more than their low four bits.
-        std::uint64_t values = (word & 0x0F * each) + 9 * (word >> 6 & each);
-        values = (values << 4 | values >> 8) & 0x00FF'00FF'00FF'00FF;
-        sums += values;
-        values = (values | values >> 8) & 0x0000'FFFF'0000'FFFF;
-        const auto packed = static_cast<std::uint32_t>(values | values >> 16);
-        std::memcpy(out, &packed, sizeof(packed));
-        text += 2 * groupPairs;
-        out += groupPairs;
+        const Words values = (digits & 0x0F * each) + 9 * (digits >> 6 & each);
+        const Words pairs = (values << 4 | values >> 8) & 0x00FF'00FF'00FF'00FF;
+        const Bytes bytes = __builtin_convertvector(std::bit_cast<Pairs>(pairs), Bytes);
+        std::memcpy(out + first, &bytes, sizeof(bytes));
+        return pairs;
+    };
+    Words sums{}; // in lanes of 16 bits
+    std::size_t done = 0;
+    for (; done + hexGroupPairs < count; done += hexGroupPairs) {
+        sums += decodeGroup(done);
     }
-    int signs = 0;
-    for (; count != 0; --count) {
-        const int value = hexPairValue(text);
-        signs |= value;
-        sums += static_cast<std::uint8_t>(value);
-        *out++ = static_cast<std::uint8_t>(value);
-        text += 2;
-    }
-    if (areDigits != 0x80 * each || signs < 0) {
+    // What is left is decoded together with the pairs in front of it, which count only once.
+    static constexpr std::array<std::uint16_t, 2 * hexGroupPairs> counted{
+        0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
+    Words mask;
+    std::memcpy(&mask, &counted[count - done], sizeof(mask));
+    sums += decodeGroup(count - hexGroupPairs) & mask;
+    constexpr std::uint64_t topBits = 0x80 * each;
+    if ((areDigits[0] & areDigits[1] & topBits) != topBits) {
         return std::nullopt;
     }
-    return static_cast<std::uint8_t>(sums + (sums >> 16) + (sums >> 32) + (sums >> 48));
+    const std::uint64_t sum = sums[0] + sums[1];
+    return static_cast<std::uint8_t>(sum + (sum >> 16) + (sum >> 32) + (sum >> 48));
 }

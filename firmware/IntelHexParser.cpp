@@ -131,10 +131,11 @@ void IntelHexParser::consume(std::ptrdiff_t count)
     inputLength -= static_cast<std::uint32_t>(count);
 }
 
-/// The fast path, for lines as tools write them: a colon, just the digits that the length field
-/// announces, and a line end. Decodes the line at the front of the text in one pass, without a
-/// search for colons and line feeds, which halves the processor time of a conversion. Returns
-/// the line's end, or null for any other line: those go to `parseLine`.
+/// The fast path, for lines of three data bytes and more as tools write them: a colon, just the
+/// digits that the length field announces, and a line end. Decodes the line at the front of the
+/// text in one pass, without a search for colons and line feeds, which more than halves the
+/// processor time of a conversion. Returns the line's end, or null for any other line: those go to
+/// `parseLine`.
 const char* IntelHexParser::decodePlainLine(const char* line, const char* end)
 {
     if (end - line < lineStartLength || *line != ':') {
@@ -147,7 +148,8 @@ const char* IntelHexParser::decodePlainLine(const char* line, const char* end)
     }
     const std::size_t pairs =
         intelHexHeaderSize + static_cast<std::size_t>(length) + intelHexChecksumSize;
-    if (end - digits < static_cast<std::ptrdiff_t>(2 * pairs) + lineEndLength) {
+    if (pairs < hexGroupPairs ||
+        end - digits < static_cast<std::ptrdiff_t>(2 * pairs) + lineEndLength) {
         return nullptr;
     }
     const char* stop = digits + 2 * pairs;

@@ -10,10 +10,10 @@
 
 namespace {
 
-/// Every character at every place of eight digits that are decoded at once, and of those behind.
+/// Every character at every place of a group that is decoded at once, and of the pairs behind it.
 TEST(HexDigits, AreDecodedTogetherAsEachAlone)
 {
-    constexpr std::size_t pairs = 11;
+    constexpr std::size_t pairs = hexGroupPairs + 3;
     std::array<std::uint8_t, pairs> bytes{};
     for (std::size_t place = 0; place < 2 * pairs; ++place) {
         for (int character = 0; character < 256; ++character) {
