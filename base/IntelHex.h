@@ -20,10 +20,16 @@ enum class IntelHexType : std::uint8_t {
 inline constexpr std::size_t intelHexLengthOffset = 0;
 inline constexpr std::size_t intelHexAddressOffset = 1;
 inline constexpr std::size_t intelHexTypeOffset = 3;
-inline constexpr std::size_t intelHexDataOffset = 4;
+inline constexpr std::size_t intelHexDataOffset = 4; ///< behind the header
 
 // Sizes, in bytes.
-inline constexpr std::size_t intelHexHeaderSize = 4; ///< in front of the data
+inline constexpr std::size_t intelHexHeaderSize = intelHexDataOffset;
 inline constexpr std::size_t intelHexChecksumSize = 1;
 inline constexpr std::size_t extendedLinearAddressSize = 2;
 inline constexpr std::size_t startLinearAddressSize = 4;
+
+/// Bytes of a record with this number of data bytes.
+constexpr std::size_t intelHexRecordSize(std::size_t dataBytes)
+{
+    return intelHexHeaderSize + dataBytes + intelHexChecksumSize;
+}

@@ -67,12 +67,12 @@ int convert(IntelHexParser& parser, ImageWriter& image)
         printCurrentException();
         return -1;
     }
-    if (image.packetCount() == 0) {
+    if (image.dataPacketCount() == 0) {
         std::puts("No actual program data in file");
         return -1;
     }
     std::printf("Program bytes written: %i. Finishing file...\n",
-                static_cast<int>(image.packetCount() * imageChunkSize));
+                static_cast<int>(image.dataPacketCount() * imageChunkSize));
     image.finish();
     return 0;
 }

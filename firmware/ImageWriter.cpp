@@ -6,12 +6,10 @@
 
 bool ImageWriter::open(const std::string& path)
 {
-    image.reset(std::fopen(path.c_str(), "wb"));
-    if (!image) {
+    if (!image.open(path, "wb")) {
         std::puts("Failed to open binary firmware file");
         return false;
     }
-    std::setvbuf(image.get(), streamBuffer.data(), _IOFBF, streamBuffer.size());
     return true;
 }
 

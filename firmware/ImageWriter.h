@@ -1,10 +1,8 @@
 #pragma once
 
-#include "base/FileStream.h"
+#include "base/BufferedStream.h"
 #include "firmware/ImageFormat.h"
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -19,18 +17,16 @@ public:
     /// other fields of its header.
     void append(ImagePacket& packet);
 
-    /// Appends the end marker and puts the number of packets into the first header.
+    /// Appends the end marker and puts the number of data packets into the first header.
     void finish();
 
-    std::uint32_t packetCount() const { return packetsWritten; }
+    /// Data packets appended so far.
+    std::uint32_t dataPacketCount() const { return packetsWritten; }
 
 private:
-    static constexpr std::size_t streamBufferSize = 65536;
-
     void write(const ImagePacketHeader& header);
 
-    std::array<char, streamBufferSize> streamBuffer; ///< of `image`, which it outlives
-    FileStream image;
+    BufferedStream image;
     ImagePacketHeader firstHeader{};
     std::uint32_t packetsWritten = 0;
 };

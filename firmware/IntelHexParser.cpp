@@ -2,6 +2,7 @@
 
 #include "base/BigEndian.h"
 #include "base/Checksum.h"
+#include "base/HexGroups.h"
 #include "base/IntelHex.h"
 
 #include <algorithm>
@@ -24,20 +25,13 @@ IntelHexParser::IntelHexParser(const std::string& hexFileName, std::uint32_t byt
 
 bool IntelHexParser::open()
 {
-    if (fileName.empty()) {
-        return false;
-    }
-    file.reset(std::fopen(fileName.c_str(), "rb"));
-    if (file) {
-        std::setvbuf(file.get(), streamBuffer.data(), _IOFBF, streamBuffer.size());
-    }
-    return file != nullptr;
+    return !fileName.empty() && file.open(fileName, "rb");
 }
 
 bool IntelHexParser::readNextChunk(std::uint8_t* chunk, std::uint32_t& chunkAddress,
                                    std::uint32_t& chunkBytes)
 {
-    if (chunk == nullptr || !file || chunkSize == 0) {
+    if (chunk == nullptr || file.get() == nullptr || chunkSize == 0) {
         throw AppException("Invalid input!", __LINE__, __FILE__);
     }
     const Chunk target{chunk, chunkAddress, chunkBytes};
@@ -146,9 +140,8 @@ const char* IntelHexParser::decodePlainLine(const char* line, const char* end)
     if (length < 0) {
         return nullptr;
     }
-    const std::size_t pairs =
-        intelHexHeaderSize + static_cast<std::size_t>(length) + intelHexChecksumSize;
-    if (pairs < hexGroupPairs ||
+    const std::size_t pairs = intelHexRecordSize(static_cast<std::size_t>(length));
+    if (pairs < HexGroups::groupPairs ||
         end - digits < static_cast<std::ptrdiff_t>(2 * pairs) + lineEndLength) {
         return nullptr;
     }
@@ -214,7 +207,7 @@ void IntelHexParser::splitRecord()
     recordLength = recordBytes[intelHexLengthOffset];
     recordAddress = readBigEndian16(&recordBytes[intelHexAddressOffset]);
     recordType = recordBytes[intelHexTypeOffset];
-    if (recordByteCount != intelHexHeaderSize + recordLength + intelHexChecksumSize) {
+    if (recordByteCount != intelHexRecordSize(recordLength)) {
         throw "Not enough data bytes in line";
     }
     recordData = &recordBytes[intelHexDataOffset];

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "app/AppException.h"
+#include "base/BufferedStream.h"
 #include "base/Checksum.h"
-#include "base/FileStream.h"
 #include "base/HexDigits.h"
 
 #include <array>
@@ -35,8 +35,6 @@ public:
     bool readNextChunk(std::uint8_t* chunk, std::uint32_t& chunkAddress, std::uint32_t& chunkBytes);
 
 private:
-    static constexpr std::size_t streamBufferSize = 65536;
-
     /// The chunk that is being filled; address and byte count are the caller's variables.
     struct Chunk {
         std::uint8_t* data;
@@ -73,8 +71,7 @@ private:
 
     std::string fileName;
     std::uint32_t chunkSize;
-    std::array<char, streamBufferSize> streamBuffer; ///< of `file`, which it outlives
-    FileStream file;
+    BufferedStream file;
     std::array<char, 4096> inputBuffer{};        ///< text read from the file
     std::size_t inputStart = 0;                  ///< where the text not yet consumed begins
     std::uint32_t inputLength = 0;               ///< number of characters not yet consumed

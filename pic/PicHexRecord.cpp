@@ -50,7 +50,7 @@ PicHexRecord::PicHexRecord(const char* line)
 
 bool PicHexRecord::isTooShort() const
 {
-    return static_cast<std::size_t>(count) < intelHexHeaderSize + intelHexChecksumSize;
+    return static_cast<std::size_t>(count) < intelHexRecordSize(0);
 }
 
 std::uint16_t PicHexRecord::offset() const

@@ -1,9 +1,9 @@
 #include "base/Checksum.h"
 #include "base/HexDigits.h"
+#include "base/HexGroups.h"
 #include "tests/FirmwareFiles.h"
 #include "tests/ToolRun.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <regex>
@@ -13,8 +13,8 @@ namespace {
 /// Every character at every place of a group that is decoded at once, and of the pairs behind it.
 TEST(HexDigits, AreDecodedTogetherAsEachAlone)
 {
-    constexpr std::size_t pairs = hexGroupPairs + 3;
-    std::array<std::uint8_t, pairs> bytes{};
+    constexpr std::size_t pairs = HexGroups::groupPairs + 3;
+    std::array<std::uint8_t, 1024> bytes{};
     for (std::size_t place = 0; place < 2 * pairs; ++place) {
         for (int character = 0; character < 256; ++character) {
             std::string text = "0123456789abcdefABCDEF";
@@ -24,8 +24,12 @@ TEST(HexDigits, AreDecodedTogetherAsEachAlone)
             for (std::size_t pair = 0; sum && pair < pairs; ++pair) {
                 ASSERT_EQ(bytes[pair], hexPairValue(&text[2 * pair])) << text;
             }
-            ASSERT_TRUE(!sum || *sum == byteSum(bytes)) << text;
+            ASSERT_TRUE(!sum || *sum == byteSum(std::span(bytes).first(pairs))) << text;
         }
+    }
+    for (const std::size_t count : std::array<std::size_t, 4>{8, 9, 16, bytes.size()}) {
+        const std::string largest(2 * count, 'F'); // sums do not run into each other
+        EXPECT_EQ(decodeHexDigits(largest.data(), count, bytes.data()), -count % 256) << count;
     }
 }
 
@@ -45,6 +49,7 @@ protected:
 };
 
 const std::string head = "Running task: Intel HEX to binary\n";
+
 /// The fuzz targets' corpora hold many more texts.
 TEST_F(HexConversionTest, TellsWhatItDidAndWhatIsWrong)
 {
