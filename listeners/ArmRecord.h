@@ -32,7 +32,7 @@ static_assert(sizeof(ArmRecordHeader) == 8);
 static_assert(offsetof(ArmRecordHeader, tag) == 0);
 static_assert(offsetof(ArmRecordHeader, length) == 4);
 
-/// Entry of GPS data, Bluetooth data and PIC replies.
+/// Entry of GPS data and PIC replies.
 struct DataEntry {
     std::int32_t length; ///< meaningful bytes in `data`; 0 or less: none
     std::array<std::uint8_t, 256> data;

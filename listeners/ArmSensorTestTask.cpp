@@ -1,6 +1,7 @@
 #include "listeners/ArmSensorTestTask.h"
 
 #include <array>
+#include <cstdint>
 #include <cstdio>
 
 namespace {

@@ -1,34 +1,17 @@
 #include "simulator/Channels.h"
 
 #include "listeners/ArmRecord.h"
+#include "listeners/EventEntries.h"
 #include "simulator/DeviceNames.h"
 #include "simulator/Instrument.h"
 
 #include <array>
-#include <bit>
 #include <cstring>
 #include <initializer_list>
 
 namespace simulator {
 
 namespace {
-
-/// State of one battery pack, as the battery event holds it for the right and for the left one.
-struct BatteryState {
-    std::uint32_t charge;
-    std::uint8_t percentage;
-    std::uint8_t temperature;
-    std::uint16_t voltage;
-    std::uint32_t current;
-    std::array<std::uint16_t, 5> cells;
-    std::uint16_t notUsed22;
-    std::uint32_t timeUp;
-    std::uint32_t dischargeTime;
-    std::uint32_t chargeTime;
-    std::uint32_t notUsed36;
-};
-static_assert(std::endian::native == std::endian::little);
-static_assert(sizeof(BatteryState) == 40);
 
 template <class Value>
 void appendValue(Bytes& bytes, const Value& value)
@@ -51,64 +34,65 @@ Bytes makeRecord(std::uint32_t tag, std::initializer_list<Value> payload)
     return record;
 }
 
-Bytes makeBatteryRecord(std::uint32_t time)
+Bytes makeBatteryRecord(std::int32_t time)
 {
-    const BatteryState right{.charge = 4100,
-                             .percentage = 78,
-                             .temperature = 25,
-                             .voltage = 14800,
-                             .current = 350,
-                             .cells = {3697, 3700, 3701, 3696, 3698},
-                             .notUsed22 = 0,
-                             .timeUp = time,
-                             .dischargeTime = 0,
-                             .chargeTime = 0,
-                             .notUsed36 = 0};
-    BatteryState left = right;
+    BatteryEventBlock right{};
+    right.charge = 4100;
+    right.charge_perc = 78;
+    right.temperature = 25;
+    right.voltage_sense = 14800;
+    right.current_sense = 350;
+    right.cell_1_voltage = 3697;
+    right.cell_2_voltage = 3700;
+    right.cell_3_voltage = 3701;
+    right.cell_4_voltage = 3696;
+    right.cell_5_voltage = 3698;
+    right.time_up = static_cast<std::uint32_t>(time);
+    BatteryEventBlock left = right;
     left.charge = 3950;
-    left.percentage = 75;
+    left.charge_perc = 75;
     left.temperature = 24;
-    left.voltage = 14784;
-    left.current = 360;
-    left.cells = {3696, 3696, 3696, 3697, 3697};
-    return makeRecord(batteryEventTag, {right, left});
+    left.voltage_sense = 14784;
+    left.current_sense = 360;
+    left.cell_1_voltage = 3696;
+    left.cell_2_voltage = 3696;
+    left.cell_3_voltage = 3696;
+    left.cell_4_voltage = 3697;
+    left.cell_5_voltage = 3697;
+    return makeRecord(batteryEventTag, {BatteryEventRecord{right, left}});
 }
 
-/// An event with a value. Magnetic sensor, reel counter and fault code are known to the listener.
-Bytes makeValueRecord(std::uint32_t key, std::uint32_t value)
+Bytes makeValueRecord(std::int32_t key, std::int32_t value)
 {
-    return makeRecord(keyValueEventTag, {key, value});
+    return makeRecord(keyValueEventTag, {KeyValueEvent{key, value}});
 }
 
 Bytes makeEventBlock(unsigned int step)
 {
-    constexpr std::uint32_t magneticSensor = 1;
-    constexpr std::uint32_t counter = 2;
-    constexpr std::uint32_t faultCode = 3;
-    constexpr std::uint32_t noSuchValue = 99;
-    constexpr std::array<std::uint32_t, 8> keys{12, 16, 7, 9, 11, 13, 6, 1};
+    constexpr std::int32_t noSuchValue = 99;
+    constexpr std::array<std::int32_t, 8> keys{12, 16, 7, 9, 11, 13, 6, 1};
     Instrument& instrument = Instrument::instance();
-    const std::uint32_t time = 1000 + step * 600;
-    const std::uint32_t round = step / 8;
-    const std::uint32_t key = keys[step / 4 % keys.size()];
+    const auto time = static_cast<std::int32_t>(1000 + step * 600);
+    const auto round = static_cast<std::int32_t>(step / 8);
+    const std::int32_t key = keys[step / 4 % keys.size()];
     switch (step % 8) {
     case 1:
     case 5: // pressed and released
-        return makeRecord(keyEventTag, {key, time, 1U, key, time + 80, 0U});
+        return makeRecord(keyEventTag, {KeyEvent{key, time, 1}, KeyEvent{key, time + 80, 0}});
     case 2:
         instrument.magnetClosed = !instrument.magnetClosed;
-        return makeValueRecord(magneticSensor, instrument.magnetClosed ? 1 : 0);
+        return makeValueRecord(magneticSensorValue, instrument.magnetClosed ? 1 : 0);
     case 3:
-        return makeValueRecord(faultCode, round % 2 == 0 ? 0x38 : 0x10);
+        return makeValueRecord(faultCodeValue, round % 2 == 0 ? 0x38 : 0x10);
     case 4:
         return makeBatteryRecord(time);
     case 6:
-        return makeRecord(dlsEventTag, {1U, round});
+        return makeRecord(dlsEventTag, {DlsEvent{1, {}, static_cast<std::uint32_t>(round)}});
     case 7:
         return makeValueRecord(noSuchValue, round);
     default:
         instrument.reelCount += 3;
-        return makeValueRecord(counter, static_cast<std::uint32_t>(instrument.reelCount));
+        return makeValueRecord(counterValue, instrument.reelCount);
     }
 }
 

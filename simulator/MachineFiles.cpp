@@ -3,7 +3,6 @@
 #include "simulator/OpenFile.h"
 #include "simulator/RealCall.h"
 
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -11,6 +10,7 @@
 #include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace simulator {

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <map>
+#include <utility>
 
 namespace simulator {
 
