@@ -8,6 +8,6 @@ if(NOT CMAKE_CROSSCOMPILING AND NOT VIMBRA_SANITIZE)
                          ${PROJECT_SOURCE_DIR}/${document})
     endforeach()
     add_test(NAME "messages and options"
-             COMMAND ${PROJECT_SOURCE_DIR}/tests/messages ${PROJECT_BINARY_DIR})
+             COMMAND ${PROJECT_SOURCE_DIR}/tests/messages ${PROJECT_BINARY_DIR} ${tool_rooms})
     add_test(NAME "completion" COMMAND ${PROJECT_SOURCE_DIR}/tests/completion)
 endif()
