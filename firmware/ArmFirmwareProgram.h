@@ -7,7 +7,7 @@
 /// Converts an Intel HEX file into a firmware image.
 class ArmFirmwareTask : public Task {
 public:
-    /// The image path is the HEX path and ".bin" when `outputDirectory` is empty, otherwise
+    /// The image is the HEX path and ".bin" when `outputDirectory` is empty, otherwise
     /// `outputDirectory` (used as it is, so it ends in a slash), the HEX file's name and ".bin".
     /// Throws `AppException` if an output directory is given and the HEX path ends in a slash.
     ArmFirmwareTask(const std::string& hexFile, const std::string& outputDirectory);
@@ -19,7 +19,7 @@ public:
     /// one of the two files can't be opened.
     int run() override;
 
-    /// The image that `run` writes.
+    /// Path of the image that `run` writes.
     const std::string& outputPath() const { return binPath; }
 
 private:
@@ -45,5 +45,5 @@ private:
     int programImage(const std::string& path, int progressStart) const;
     int convertAndProgram(const std::string& hexPath) const;
 
-    std::string imagePath;
+    std::string imagePath; ///< as given: of an image or a HEX file
 };

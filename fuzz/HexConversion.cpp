@@ -182,7 +182,8 @@ std::string repaired(std::string text)
         for (std::size_t pair = 0; pair < pairs && pairs >= 5; ++pair) {
             const std::size_t at = i + 1 + 2 * pair;
             const auto old = static_cast<std::size_t>(plainPair(text.substr(at, 2)));
-            const std::size_t value = pair == 0 ? pairs - 5 : pair + 1 == pairs ? -sum : old;
+            const std::size_t length = pairs - 5;
+            const std::size_t value = pair == 0 ? length : (pair == length + 4 ? -sum : old);
             text[at] = digits[value / 16 % 16];
             text[at + 1] = digits[value % 16];
             sum += value;

@@ -7,8 +7,9 @@
 
 namespace {
 
-/// The token of each device, in the order in which they are looked for, and its versions.
 const std::string versions = "[^]*?user_([^_]*)_([^_]*)_([^]*)";
+
+/// The token of each device, in the order in which they are looked for, and its versions.
 const std::tuple<lc::MoxArmControl::PicUpdateDevType, std::string, std::string> plainDevices[]{
     {lc::MoxArmControl::PicDevKt4100Gps, "kt4100_gps", "[^]*?_v([^_]*)(?:_([^_]*))?(?:_([^]*))?"},
     {lc::MoxArmControl::PicDevOrvelBat, "orvel_[^]*?base_", versions},

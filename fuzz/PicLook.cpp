@@ -54,7 +54,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     expect(isComplete == (output.find("Error: ") == std::string::npos) &&
                output.find("Error: ") == output.find("Error: Invalid "),
            "only lines that can't be decoded end the update of a file that was accepted");
-    const std::string end = !isComplete ? "" : isGps ? "3" : "31";
+    const std::string end = isComplete ? (isGps ? "3" : "31") : "";
     expect(std::regex_match(sent, std::regex((isGps ? "024*" : "02[45]*") + end)),
            "begin, versions, data and, of a complete update, its end");
     expect(!isComplete || std::fgetc(file.get()) == EOF, "the whole file in a complete update");

@@ -20,7 +20,7 @@ constexpr std::array<PicDevice, 5> devices{{
         .nameForm = gpsName,
         .nameToken = "kt4100_gps",
         .completionText = "Completed KT4100 GPS PIC Code Update",
-        .isAskedFirst = true,
+        .hasGpsVersionCheck = true,
         .takesHighMemory = false,
         .takesConfiguration = false,
         .swapsFullBlocks = true,

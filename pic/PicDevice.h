@@ -22,7 +22,7 @@ struct PicDevice {
     const char* nameToken; ///< that selects the device in a name; null if no name does
     const char* completionText;
     std::uint16_t firstVersionMark = 0; ///< bits set in the first version that is sent
-    bool isAskedFirst = false;          ///< its mode and version decide whether it is updated
+    bool hasGpsVersionCheck = false;    ///< the GPS board's mode and version decide on the update
     bool takesHighMemory = true;        ///< program rows beyond the first 64 KiB of addresses
     bool takesConfiguration = true;
     bool swapsFullBlocks = false; ///< words 3F FF of full blocks, too, become FF 3F

@@ -17,5 +17,5 @@ struct PicFileName {
 /// nothing if they don't follow one of the two forms:
 /// "kt4100_gps", "_v" and up to three numbers, or "orvel_", the device's token, "user_" and three
 /// numbers; numbers are separated by "_" and keep their low 16 bits. A missing number counts as 0.
-/// The name for debugging stands alone and has no versions.
+/// The path holds ".hex" as well. The name for debugging stands alone and has no versions.
 std::optional<PicFileName> parsePicFileName(const std::string& path);

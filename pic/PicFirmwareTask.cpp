@@ -74,7 +74,7 @@ int PicFirmwareTask::runForDevice()
         std::puts("Unknown PIC Device");
         return 0;
     }
-    return target->isAskedFirst ? updateIfNeeded(*target) : updatePic(*target);
+    return target->hasGpsVersionCheck ? updateIfNeeded(*target) : updatePic(*target);
 }
 
 int PicFirmwareTask::updateIfNeeded(const PicDevice& target)

@@ -3,6 +3,7 @@
 #include "pic/PicHexRecord.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdio>
 #include <optional>
 

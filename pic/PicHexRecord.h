@@ -3,7 +3,6 @@
 #include "base/IntelHex.h"
 
 #include <array>
-#include <cstddef>
 #include <cstdint>
 #include <span>
 

@@ -76,7 +76,7 @@ bool PicUpdate::handleRecord(const PicHexRecord& record)
     case PicRecordRoute::skipData:
         break;
     case PicRecordRoute::addRow:
-        if (!collectRow(routed.address, routed.data)) {
+        if (!addRowAndSendFullBlock(routed.address, routed.data)) {
             return false;
         }
         break;
@@ -91,7 +91,7 @@ bool PicUpdate::handleRecord(const PicHexRecord& record)
 }
 
 /// Adds a row to the block and sends the block when that fills it.
-bool PicUpdate::collectRow(std::uint32_t address, std::span<const std::uint8_t> data)
+bool PicUpdate::addRowAndSendFullBlock(std::uint32_t address, std::span<const std::uint8_t> data)
 {
     block.addRow(address, data);
     return !block.isFull() || sendBlock(job.device.swapsFullBlocks);

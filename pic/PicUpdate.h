@@ -37,7 +37,7 @@ private:
     bool sendProgram();
     bool sendRecords();
     bool handleRecord(const PicHexRecord& record);
-    bool collectRow(std::uint32_t address, std::span<const std::uint8_t> data);
+    bool addRowAndSendFullBlock(std::uint32_t address, std::span<const std::uint8_t> data);
     bool sendConfiguration(std::span<const std::uint8_t> data) const;
     bool sendBlock(bool swapsWords);
 
