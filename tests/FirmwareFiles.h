@@ -12,8 +12,11 @@
 
 // Firmware files as the tests make them, byte by byte and without the tool's own code.
 
-inline constexpr std::size_t chunkSize = 1024;            ///< data bytes of a packet
-inline constexpr std::size_t packetSize = 20 + chunkSize; ///< of a firmware image
+// Of a firmware image, in bytes.
+inline constexpr std::size_t headerSize = 20;
+inline constexpr std::size_t chunkSize = 1024; ///< data of a packet
+inline constexpr std::size_t packetSize = headerSize + chunkSize;
+
 inline const std::string hexEnd = ":00000001FF\n";
 
 /// Hexadecimal digits, in the given form, and back.
@@ -104,7 +107,8 @@ inline std::string makeImage(std::uint32_t address, const std::string& data)
     std::string image;
     for (std::uint32_t i = 0; i < count; ++i) {
         image += imagePacket(i == 0 ? 0xFEED001A : 0xFEED001B, i == 0 ? count : i,
-                             address + i * 1024, data.substr(i * chunkSize, chunkSize));
+                             address + i * std::uint32_t{chunkSize},
+                             data.substr(i * chunkSize, chunkSize));
     }
     return image + imagePacket(0xFEED001C, 0, 0, "");
 }

@@ -19,10 +19,15 @@ const std::string accepted(1, '\0');
 const std::string refused = "\x01";
 const std::string notNewer = "\xFE";
 
+constexpr std::uint32_t replyTag = 0xfeedbe03;
+constexpr std::size_t entryDataSize = 256;
+constexpr std::uint32_t entrySize = 4 + entryDataSize;
+
 /// A block with one PIC reply entry.
 std::string reply(const std::string& data, std::uint32_t length = 1)
 {
-    return words({0xfeedbe03, 260, length}) + data + std::string(256 - data.size(), '\0');
+    return words({replyTag, entrySize, length}) + data +
+           std::string(entryDataSize - data.size(), '\0');
 }
 
 std::string repeat(std::size_t count, const std::string& text)
@@ -204,7 +209,7 @@ TEST_F(PicUpdateTest, JudgesTheFirstBlockBehindACommand)
 {
     const std::string other = words({0xfeedbe01, 3}) + "xyz";
     const std::string good = reply(accepted);
-    const std::string two = words({0xfeedbe03, 520}) + good.substr(8);
+    const std::string two = words({replyTag, 2 * entrySize}) + good.substr(8);
     const auto error = [](const std::string& text) { return "0 PicUpdateErr: " + text + "\n"; };
     const std::string next = "02 PicUpdateErr: Timed out waiting for ARM Comm FD.\n";
     const std::string badData = error("Bad Data Error.");
@@ -224,7 +229,8 @@ TEST_F(PicUpdateTest, JudgesTheFirstBlockBehindACommand)
         {"a header alone", reads("12345678"), badData},
         {"another record", reads(other), next},
         {"accepted", reads(good), next},
-        {"no entry", reads(words({0xfeedbe03, 259}) + std::string(259, '\x01')), next},
+        {"no entry", reads(words({replyTag, entrySize - 1}) + std::string(entrySize - 1, '\x01')),
+         next},
         {"not newer", reads(reply(notNewer)), upToDate},
         {"refused", reads(reply(refused)), isRefused},
         {"length 0", reads(reply(notNewer, 0)), noLength},
@@ -234,7 +240,7 @@ TEST_F(PicUpdateTest, JudgesTheFirstBlockBehindACommand)
         {"second entry", reads(two + words({1}) + notNewer + std::string(255, 'x')), upToDate},
         {"one of two entries", reads(two), badData},
         {"cut short", reads(good.substr(0, 267)), badData},
-        {"an endless reply", reads(good + words({0xfeedbe03, 0xFFFFFFF8}) + "x"), badData},
+        {"an endless reply", reads(good + words({replyTag, 0xFFFFFFF8}) + "x"), badData},
         {"another record cut short", reads(other + words({0xfeedbe02, 9}) + "x"), next},
     };
     for (const auto& [what, script, outcome] : cases) {
@@ -248,20 +254,20 @@ TEST_F(PicUpdateTest, StopsAtTheFirstRefusal)
 {
     const std::string hex =
         hexRows(0x800, fourRows + row) + toConfiguration + hexRecord(0, 0, configuration) + hexEnd;
-    const Rows<PicFile, std::string, std::size_t> cases{
-        {refused.c_str(), battery, "0245431", 0},
-        {refused.c_str(), gps, "6702443", 2},
-        {notNewer.c_str(), gps, "6702443", 2},
+    const Rows<PicFile, std::string, std::size_t, std::string> cases{
+        {"battery pack", battery, "0245431", 0, refused},
+        {"GPS board", gps, "6702443", 2, refused},
+        {"GPS board, which knows no other status", gps, "6702443", 2, notNewer},
     };
-    for (const auto& [status, file, all, queries] : cases) {
-        EXPECT_TRUE(update(file, hex).starts_with(all + " "));
+    for (const auto& [what, file, all, queries, status] : cases) {
+        EXPECT_TRUE(update(file, hex).starts_with(all + " ")) << what;
         for (std::size_t failing = queries; failing < all.size(); ++failing) {
             const std::string script = undrained + comms + ":read" + repeat(failing, " ok") +
                                        " hex=" + toHex(reply(status));
             const std::string outcome = update(file, hex, script);
-            EXPECT_TRUE(outcome.starts_with(all.substr(0, failing + 1) + " ")) << outcome;
-            EXPECT_TRUE(outcome.ends_with("PicUpdateErr: Update or Response Err.\n")) << outcome;
-            EXPECT_EQ(result.status, failed);
+            EXPECT_TRUE(outcome.starts_with(all.substr(0, failing + 1) + " ")) << what << outcome;
+            EXPECT_TRUE(outcome.ends_with("PicUpdateErr: Update or Response Err.\n")) << what;
+            EXPECT_EQ(result.status, failed) << what;
         }
     }
 }
@@ -285,9 +291,7 @@ TEST_F(PicUpdateTest, RefusesBadFiles)
         {"long row", longRow, " Error: Program row of more than 16 bytes\n"},
         {"short configuration", toConfiguration + hexRecord(0, 0, row.substr(0, 13)),
          " Error: Configuration record of fewer than 14 bytes\n"},
-        {"extended address of no bytes", ":0000000400\n", noAddress},
         {"extended address of one byte", ":0100000400FB\n", noAddress},
-        {"extended address missing", ":0200000400\n", noAddress},
         {"extended address that lacks a byte", ":0200000400FA\n", noAddress},
     };
     for (const auto& [what, lines, outcome] : cases) {

@@ -51,7 +51,7 @@ TEST_F(ProgrammingTest, SendsEachPacketWithOneWriteAndOneSync)
                            "open(/dev/arm-program, 1) = 0\n";
     for (std::size_t offset = 0; offset < image.size(); offset += packetSize) {
         const std::string packet = image.substr(offset, packetSize);
-        expected += (offset == 0 ? chunk : header + (packet.size() == 20 ? "" : chunk)) +
+        expected += (offset == 0 ? chunk : header + (packet.size() == headerSize ? "" : chunk)) +
                     "write(/dev/arm-program, " + toHex(packet) +
                     ") = " + std::to_string(packet.size()) + "\nfsync(/dev/arm-program) = 0\n";
     }
@@ -114,7 +114,7 @@ TEST_F(ProgrammingTest, TellsTheKindOfAFileByItsExtension)
     };
     for (const auto& [path, output, status] : cases) {
         const ToolResult result = run(std::string("--program-vimbra ") + path);
-        EXPECT_TRUE(result.output.starts_with(head + output)) << result.output;
+        EXPECT_TRUE(result.output.starts_with(head + output)) << path << result.output;
         EXPECT_EQ(result.status, status) << path;
     }
 }
@@ -172,25 +172,26 @@ TEST_F(ProgrammingTest, ReportsWhatFailsOnTheWay)
     const std::string reads = "fw.bin:read ok ok ok ok ok ok ok "; // the first pass
     const std::string writes = "/dev/arm-program:write ";
     const std::string failedAt = "Failed writing to dev node at packet: ";
-    const std::vector<std::tuple<std::string, std::string, std::size_t>> cases{
+    const Rows<std::string, std::string, std::size_t> cases{
         // the script, the last lines, the packets sent
-        {"/dev/arm-program:open error=2", "Failed opening program interface\n", 0},
-        {writes + "error=5", errorText(EIO) + failedAt + "0\n", 1},
-        {writes + "ok count=0", "No bytes written!\n" + failedAt + "1\n", 2},
-        {writes + "ok ok count=1043", failedAt + "2\n", 3},
-        {writes + "ok ok ok count=19", failedAt + "3\n", 4},
-        {reads + "flip=5", "Invalid checksum at packet: 0\n", 0},
-        {reads + "ok flip=13", "Chunk size too big! P:1\n", 1},
-        {reads + "ok ok count=7", "Not enough actual data. P:1\n", 1},
-        {reads + "ok ok ok error=5", errorText(EIO) + "Unable to read packet header: 1\n", 2},
-        {reads + "ok ok ok ok ok flip=0", "Empty packet! P:3\n", 3},
+        {"no device", "/dev/arm-program:open error=2", "Failed opening program interface\n", 0},
+        {"write fails", writes + "error=5", errorText(EIO) + failedAt + "0\n", 1},
+        {"nothing written", writes + "ok count=0", "No bytes written!\n" + failedAt + "1\n", 2},
+        {"packet written in part", writes + "ok ok count=1043", failedAt + "2\n", 3},
+        {"end marker written in part", writes + "ok ok ok count=19", failedAt + "3\n", 4},
+        {"other data", reads + "flip=5", "Invalid checksum at packet: 0\n", 0},
+        {"other length", reads + "ok flip=13", "Chunk size too big! P:1\n", 1},
+        {"fewer data", reads + "ok ok count=7", "Not enough actual data. P:1\n", 1},
+        {"read fails", reads + "ok ok ok error=5",
+         errorText(EIO) + "Unable to read packet header: 1\n", 2},
+        {"other end marker", reads + "ok ok ok ok ok flip=0", "Empty packet! P:3\n", 3},
     };
-    for (const auto& [script, ending, sent] : cases) {
+    for (const auto& [what, script, ending, sent] : cases) {
         const ToolResult result = run("--program-vimbra fw.bin", script);
-        EXPECT_TRUE(result.output.starts_with(programming)) << script;
-        EXPECT_TRUE(result.output.ends_with(ending)) << script << result.output;
-        EXPECT_EQ(result.status, failed) << script;
-        EXPECT_EQ(result.callsOf({"write"}).size(), sent) << script;
+        EXPECT_TRUE(result.output.starts_with(programming)) << what;
+        EXPECT_TRUE(result.output.ends_with(ending)) << what << result.output;
+        EXPECT_EQ(result.status, failed) << what;
+        EXPECT_EQ(result.callsOf({"write"}).size(), sent) << what;
     }
     // An end marker may stand in front of the last packet; what the device makes of it is its own.
     write("fw.bin", patched(4, words({2})).substr(0, packetSize) +
@@ -206,32 +207,31 @@ TEST_F(ProgrammingTest, OutlivesItsReaderAndItsTerminal)
 {
     const std::string program = "--program-vimbra fw.bin --progress-file p";
     const std::string writes = "/dev/arm-program:write signal=";
-    const std::string listen = "--event-listen";
+    const std::string update = "--program-pic " + battery;
     const std::string leaving = " >fifo & read line <fifo; wait $!"; // behind the task's name
     ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
-    const Rows<std::string, std::string, int> cases{
-        {"image", program, "fw.bin:open signal=1\n" + writes + "1 signal=13\np:close signal=1", 0},
-        {"image, reader leaves", program + leaving, "", 0},
-        {"image, interrupted", program, writes + "2", endedBy(SIGINT)},
-        {"image, ended", program, writes + "15", endedBy(SIGTERM)},
-        {"HEX file", "--program-vimbra fw.hex", "fw.hex:fopen signal=1\nfw.hex:close signal=13", 0},
-        {"PIC", "--program-pic " + battery,
+    const Rows<int, std::string, std::string, std::string> cases{
+        {"image", 0, program, "",
+         "fw.bin:open signal=1\n" + writes + "1 signal=13\np:close signal=1"},
+        {"image, reader leaves", 0, program, leaving, ""},
+        {"image, interrupted", endedBy(SIGINT), program, "", writes + "2"},
+        {"image, ended", endedBy(SIGTERM), program, "", writes + "15"},
+        {"HEX file", 0, "--program-vimbra fw.hex", "",
+         "fw.hex:fopen signal=1\nfw.hex:close signal=13"},
+        {"PIC", 0, update, "",
          "/dev/arm-comms:open signal=1\nPic_Update_Comm_Tx signal=13\n/dev/arm-comms:close "
-         "signal=1",
-         0},
-        {"PIC, reader leaves", "--program-pic " + battery + leaving, "", 0},
-        {"PIC, ended", "--program-pic " + battery, "Pic_Update_Comm_Tx signal=15",
-         endedBy(SIGTERM)},
-        {"conversion", "--firmware-hex fw.hex", "fw.hex:fopen signal=1", endedBy(SIGHUP)},
-        {"listener", listen, "/dev/arm-events:select signal=1", endedBy(SIGHUP)},
-        {"listener, reader leaves", listen + leaving, "", endedBy(SIGPIPE)},
+         "signal=1"},
+        {"PIC, reader leaves", 0, update, leaving, ""},
+        {"PIC, ended", endedBy(SIGTERM), update, "", "Pic_Update_Comm_Tx signal=15"},
+        {"conversion", endedBy(SIGHUP), "--firmware-hex fw.hex", "", "fw.hex:fopen signal=1"},
+        {"listener", endedBy(SIGHUP), "--event-listen", "", "/dev/arm-events:select signal=1"},
+        {"listener, reader leaves", endedBy(SIGPIPE), "--event-listen", leaving, ""},
     };
-    for (const auto& [what, arguments, script, status] : cases) {
-        const ToolResult result = run(arguments, script);
+    for (const auto& [what, status, command, redirection, script] : cases) {
+        const ToolResult result = run(command + redirection, script);
         EXPECT_EQ(result.status, status) << what;
         if (status == 0) {
-            const std::string undisturbed = arguments.substr(0, arguments.find(" >"));
-            EXPECT_EQ(result.calls.size(), run(undisturbed).calls.size()) << what;
+            EXPECT_EQ(result.calls.size(), run(command).calls.size()) << what;
         }
     }
 }
