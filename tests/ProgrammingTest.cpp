@@ -62,7 +62,7 @@ TEST_F(ProgrammingTest, SendsEachPacketWithOneWriteAndOneSync)
 
 TEST_F(ProgrammingTest, WritesProgressToTheProgressFile)
 {
-    write("many.bin", makeImage(0, makeData(120 * chunkSize)));
+    write("many.bin", makeImage(0, "\1" + std::string(120 * chunkSize - 1, '\0'))); // sums 255, 0
     const ToolResult result = run("--program-vimbra many.bin --progress-file p");
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.output.find("Progress"), std::string::npos);
