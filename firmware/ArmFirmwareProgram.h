@@ -7,7 +7,7 @@
 /// Converts an Intel HEX file into a firmware image.
 class ArmFirmwareTask : public Task {
 public:
-    /// The image is the HEX path and ".bin" when `outputDirectory` is empty, otherwise
+    /// The image's path is the HEX path and ".bin" when `outputDirectory` is empty, otherwise
     /// `outputDirectory` (used as it is, so it ends in a slash), the HEX file's name and ".bin".
     /// Throws `AppException` if an output directory is given and the HEX path ends in a slash.
     ArmFirmwareTask(const std::string& hexFile, const std::string& outputDirectory);
