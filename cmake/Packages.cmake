@@ -33,7 +33,7 @@ else()
     set(packaged vimbra-tool Common DeviceNodes)
 endif()
 
-# What they depend on is known when they are built.
+# What they depend on is known when they are built, and they are dated as the environment says, or else the changelog.
 list(TRANSFORM packaged REPLACE "(.+)" "$<TARGET_FILE:\\1>")
 list(JOIN packaged " " packaged)
 set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_BINARY_DIR}/PackageDependencies.cmake)
@@ -41,5 +41,8 @@ file(GENERATE OUTPUT ${CPACK_PROJECT_CONFIG_FILE} CONTENT "\
 execute_process(COMMAND ${PROJECT_SOURCE_DIR}/packaging/dependencies ${packaged}
                 OUTPUT_VARIABLE CPACK_DEBIAN_PACKAGE_DEPENDS OUTPUT_STRIP_TRAILING_WHITESPACE
                 COMMAND_ERROR_IS_FATAL ANY)
+if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
+    set(ENV{SOURCE_DATE_EPOCH} ${changelog_seconds})
+endif()
 ")
 include(CPack)
