@@ -2,13 +2,12 @@
 
 namespace simulator {
 
-std::string toHex(const std::uint8_t* bytes, std::size_t count)
+std::string toHex(const void* data, std::size_t size)
 {
     constexpr const char* digits = "0123456789abcdef";
     std::string text;
-    for (std::size_t i = 0; i < count; ++i) {
-        text += digits[bytes[i] >> 4];
-        text += digits[bytes[i] & 0xF];
+    for (const std::uint8_t byte : toBytes(data, size)) {
+        text += {digits[byte >> 4], digits[byte & 0xF]};
     }
     return text;
 }
@@ -16,7 +15,7 @@ std::string toHex(const std::uint8_t* bytes, std::size_t count)
 Bytes fromHex(const std::string& digits)
 {
     Bytes values;
-    for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
+    for (std::size_t i = 0; i < digits.size(); i += 2) {
         values.push_back(static_cast<std::uint8_t>(std::stoul(digits.substr(i, 2), nullptr, 16)));
     }
     return values;

@@ -8,23 +8,20 @@
 
 namespace simulator {
 
-namespace {
-
-unsigned long callsMade = 0;
-
-} // namespace
-
-Call::Call(const std::string& key, const std::string& callText)
-    : text(callText), planned(Script::instance().next(key))
+Call::Call(const std::string& key, const std::string& arguments) : planned(takeOutcome(key))
 {
-    const auto failure = Script::instance().failureAt(++callsMade);
-    if (failure && failure->fits(key.substr(key.rfind(':') + 1))) {
-        planned = *failure;
-        isInjected = true;
-    }
-    if (planned.has("kill-before")) {
-        showAs(text + " = killed");
-        std::raise(SIGKILL);
+    const std::size_t colon = key.rfind(':');
+    const std::string path = colon == std::string::npos ? "" : key.substr(0, colon);
+    const bool isList = colon != std::string::npos && !arguments.empty();
+    text = key.substr(colon + 1) + "(" + path + (isList ? ", " : "") + arguments + ")";
+
+    static long long callsMade = 0;
+    const std::string& failure = setting("fail"); // "K OUTCOME"
+    const std::size_t blank = failure.find(' ');
+    isInjected = parseNumber(failure.substr(0, blank)) == ++callsMade &&
+                 findOutcomeFault(key, failure.substr(blank + 1)).empty();
+    if (isInjected) {
+        planned = Outcome(failure.substr(blank + 1));
     }
 }
 
@@ -38,15 +35,15 @@ Call::~Call()
     }
 }
 
+void Call::show(const std::string& result) const
+{
+    trace(text + result + (isInjected ? " (injected)" : ""));
+}
+
 std::string Call::nameError(int error)
 {
     const char* const name = strerrorname_np(error);
     return name != nullptr ? name : "error " + std::to_string(error);
-}
-
-void Call::showAs(const std::string& line) const
-{
-    trace(isInjected ? line + " (injected)" : line);
 }
 
 } // namespace simulator

@@ -3,7 +3,6 @@
 #include "simulator/Outcome.h"
 
 #include <cerrno>
-#include <string>
 
 namespace simulator {
 
@@ -11,8 +10,8 @@ namespace simulator {
 /// outcome from the script, and is one line of the trace; so the line's number is the call's.
 class Call {
 public:
-    /// `key` is that of the script; `text` is how the trace shows the call.
-    Call(const std::string& key, const std::string& text);
+    /// `key` is that of the script: PATH:NAME for a call on a file, NAME for any other.
+    explicit Call(const std::string& key, const std::string& arguments = "");
 
     /// Sends the process the signal that it is to get behind this call.
     ~Call();
@@ -21,33 +20,24 @@ public:
 
     const Outcome& outcome() const { return planned; }
 
-    /// Traces a call without a result, as those of the library are.
-    void show() const { showAs(text); }
+    /// Traces the call, with the result if it has one.
+    void show(const std::string& result = "") const;
 
-    /// Traces the call with its result; -1 stands for the error in errno, which is kept.
-    template <class Result>
-    Result end(Result result) const
+    /// Fails with the scripted error, or does what `action` does. Traces the call with its result;
+    /// -1 stands for the error in errno, which is kept.
+    template <class Action>
+    auto perform(Action action) const -> decltype(action())
     {
-        const int error = errno;
-        showAs(text + " = " + (result == -1 ? nameError(error) : std::to_string(result)));
+        const bool fails = planned.has("error");
+        const auto result = fails ? decltype(action())(-1) : action();
+        const int error = fails ? static_cast<int>(planned.number("error", 0)) : errno;
+        show(" = " + (result == -1 ? nameError(error) : std::to_string(result)));
         errno = error;
         return result;
     }
 
-    /// Fails with the scripted error, or does what `action` does. Traces the call.
-    template <class Action>
-    auto perform(Action action) const -> decltype(action())
-    {
-        if (!planned.has("error")) {
-            return end(action());
-        }
-        errno = static_cast<int>(planned.number("error", 0));
-        return end(static_cast<decltype(action())>(-1));
-    }
-
 private:
     static std::string nameError(int error);
-    void showAs(const std::string& line) const;
 
     std::string text;
     Outcome planned;

@@ -9,28 +9,14 @@
 
 namespace simulator {
 
-namespace {
-
-double pausedSeconds = 0;
-
-bool isFast()
-{
-    static const bool fast = Script::instance().setting("clock") == "fast";
-    return fast;
-}
-
-} // namespace
+static double pausedSeconds = 0;
 
 double now()
 {
     using Clock = std::chrono::steady_clock;
     static const Clock::time_point start = Clock::now();
-    return isFast() ? pausedSeconds : std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-void pause(double seconds)
-{
-    waitUntil(now() + seconds);
+    const bool isFast = setting("clock") == "fast";
+    return isFast ? pausedSeconds : std::chrono::duration<double>(Clock::now() - start).count();
 }
 
 void waitUntil(double time)
@@ -38,7 +24,7 @@ void waitUntil(double time)
     if (time >= never) {
         std::raise(SIGTERM);
     }
-    if (isFast()) {
+    if (setting("clock") == "fast") {
         pausedSeconds = std::max(pausedSeconds, time);
     } else {
         std::this_thread::sleep_for(std::chrono::duration<double>(time - now()));

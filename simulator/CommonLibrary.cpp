@@ -4,8 +4,10 @@
 #include "lc/Exception.h"
 #include "lc/MoxArmControl.h"
 #include "lc/System.h"
-#include "simulator/Bytes.h"
+#include "listeners/ArmRecord.h"
 #include "simulator/Call.h"
+#include "simulator/Channels.h"
+#include "simulator/Clock.h"
 #include "simulator/Instrument.h"
 #include "simulator/Report.h"
 #include "simulator/Script.h"
@@ -13,31 +15,25 @@
 #include <algorithm>
 #include <dlfcn.h>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 using simulator::Bytes;
-using simulator::Call;
 using simulator::Instrument;
-using simulator::Outcome;
 using simulator::report;
+using std::to_string;
 
 namespace {
 
-class ScriptedException : public lc::Exception {
-public:
-    explicit ScriptedException(const std::string& exceptionText) : text(exceptionText) {}
+struct ScriptedException : lc::Exception {
+    explicit ScriptedException(const std::string& scriptedText) : text(scriptedText) {}
     const char* what() const noexcept override { return text.c_str(); }
 
-private:
     std::string text;
 };
 
 /// One operation of the library: traced, and ended by an exception if the script says so.
-class Operation : public Call {
+class Operation : public simulator::Call {
 public:
-    explicit Operation(const std::string& name, const std::string& arguments = "")
-        : Call(name, name + "(" + arguments + ")")
+    explicit Operation(const char* name, const std::string& arguments = "") : Call(name, arguments)
     {
         show();
         if (outcome().has("throw")) {
@@ -48,53 +44,89 @@ public:
         }
     }
 
-    bool succeeds() const { return outcome().succeeds(); }
+    bool succeeds() const { return !outcome().has("false"); }
     bool fillsOutputs() const { return !outcome().has("unfilled"); }
+
+    /// Fills an output in with the scripted number, or with the instrument's own.
+    template <class Value>
+    void fill(const char* name, Value& output, long long own) const
+    {
+        if (fillsOutputs()) {
+            output = static_cast<Value>(outcome().number(name, own));
+        }
+    }
+
+    /// Fills a list in with the scripted values, one digit each, or with the instrument's own.
+    template <class List>
+    void fillList(const char* name, List& output, const List& own) const
+    {
+        if (!fillsOutputs()) {
+            return;
+        }
+        output = outcome().has(name) ? List() : own;
+        for (const char digit : outcome().text(name)) {
+            output.push_back(static_cast<typename List::value_type>(digit - '0'));
+        }
+    }
+
+    /// The scripted truth value, or the instrument's own.
+    bool value(bool own) const { return outcome().number("value", own) != 0; }
+
+    /// Switches something of the instrument, unless the script lets that fail.
+    bool change(const char* what, bool& state, bool on) const
+    {
+        if (succeeds()) {
+            report("%s %s", what, on ? "on" : "off");
+            state = on;
+        }
+        return succeeds();
+    }
 };
 
 Instrument& instrument = Instrument::instance();
 
-/// The scripted number, or the instrument's own value.
-template <class Value>
-Value pick(const Outcome& outcome, const char* name, Value own)
-{
-    return static_cast<Value>(outcome.number(name, static_cast<long long>(own)));
-}
+constexpr bat_info_to_ui batteries{
+    {{}, 'R', "OB260317-R", "2026-03-17", 5200, 0, 0, 0, 0, 0, 0, {}},
+    {{}, 'L', "OB260317-L", "2026-03-17", 5200, 0, 0, 0, 0, 0, 0, {}}};
 
-/// The scripted values, one digit each, or the instrument's own.
-template <class Value>
-std::vector<Value> pickAll(const Outcome& outcome, const char* name, const std::vector<Value>& own)
+/// What the authentication chip has in a register.
+Bytes readAuthRegister(int reg)
 {
-    std::vector<Value> values;
-    for (const char digit : outcome.text(name)) {
-        values.push_back(static_cast<Value>(digit - '0'));
+    constexpr int certificateLength = 0x30;
+    if (reg == certificateLength) {
+        return {0x02, 0x58}; // 600 bytes
     }
-    return outcome.has(name) ? values : own;
+    return reg > certificateLength ? Bytes(128, 0xA5) : Bytes{static_cast<std::uint8_t>(reg)};
 }
 
-/// Shows what a switch of the instrument does.
-void reportSwitch(const char* what, bool on)
+[[gnu::destructor]] void reportMemory()
 {
-    report("%s %s", what, on ? "on" : "off");
+    instrument.programmingDevice.reportMemory();
+    for (const auto& [device, pic] : instrument.pics) {
+        pic.reportMemory();
+    }
 }
 
-/// What a 32-bit variable holds that the program exports under this name.
-std::string showGlobal(const char* name)
-{
-    const auto* const value = static_cast<const std::uint32_t*>(dlsym(RTLD_DEFAULT, name));
-    return std::string(name) + " " + (value != nullptr ? std::to_string(*value) : "is missing");
-}
-
-/// Shows what the library can see of an update, if a setting asks for it.
+/// Shows what the library can see of an update in the program's exported variables.
 void reportGlobals()
 {
-    if (simulator::Script::instance().setting("globals") == "shown") {
-        report("%s, %s, %s", showGlobal("Cmd").c_str(), showGlobal("GpsPicMode").c_str(),
-               showGlobal("GpsPicVersion").c_str());
+    std::string text;
+    for (const char* const name : {"Cmd", "GpsPicMode", "GpsPicVersion"}) {
+        const auto* const value = static_cast<const std::uint32_t*>(dlsym(RTLD_DEFAULT, name));
+        text += (text.empty() ? "" : ", ") + std::string(name) + " " +
+                (value != nullptr ? to_string(*value) : "is missing");
     }
+    report("%s", text.c_str());
 }
 
 } // namespace
+
+/// Lives on when the program ends, since it still makes calls then.
+Instrument& Instrument::instance()
+{
+    static auto* const instance = new Instrument;
+    return *instance;
+}
 
 namespace lc {
 
@@ -107,42 +139,34 @@ std::string MoxArmControl::GetVimbraSwVersion()
 bool MoxArmControl::GetArmState(ArmMode& mode, int& powerUpKey, unsigned int& faultState)
 {
     const Operation call("GetArmState");
-    if (call.fillsOutputs()) {
-        mode = pick(call.outcome(), "mode", ArmMode{1});
-        powerUpKey = pick(call.outcome(), "key", 0);
-        faultState = pick(call.outcome(), "fault", 0U);
-    }
+    call.fill("mode", mode, 1);
+    call.fill("key", powerUpKey, 0);
+    call.fill("fault", faultState, 0);
     return call.succeeds();
 }
 
 bool MoxArmControl::GetPowerStates(std::vector<bool>& states)
 {
     const Operation call("GetPowerStates");
-    if (call.fillsOutputs()) {
-        states = pickAll(call.outcome(), "states", std::vector<bool>{true, true, false, true});
-    }
+    call.fillList("states", states, {true, true, false, true});
     return call.succeeds();
 }
 
 bool MoxArmControl::GetKeyPadState(std::vector<bool>& keys, std::vector<ArmMox::LedStates>& leds)
 {
     const Operation call("GetKeyPadState");
-    if (call.fillsOutputs()) {
-        keys = pickAll(call.outcome(), "keys", std::vector<bool>(17, false));
-        leds = pickAll(call.outcome(), "leds", instrument.leds);
-    }
+    call.fillList("keys", keys, std::vector<bool>(17));
+    call.fillList("leds", leds, instrument.leds);
     return call.succeeds();
 }
 
 bool MoxArmControl::GetReelState(CountMode& mode, int& count, bool& sondeState, bool& atexMode)
 {
     const Operation call("GetReelState");
-    if (call.fillsOutputs()) {
-        mode = pick(call.outcome(), "mode", CountMode{0});
-        count = pick(call.outcome(), "count", instrument.reelCount);
-        sondeState = pick(call.outcome(), "sonde", instrument.sondeOn);
-        atexMode = pick(call.outcome(), "atex", false);
-    }
+    call.fill("mode", mode, 0);
+    call.fill("count", count, instrument.reelCount);
+    call.fill("sonde", sondeState, instrument.sondeOn);
+    call.fill("atex", atexMode, false);
     return call.succeeds();
 }
 
@@ -150,7 +174,7 @@ bool MoxArmControl::GetBatInfo(bat_info_to_ui& info)
 {
     const Operation call("GetBatInfo");
     if (call.fillsOutputs()) {
-        info = {Instrument::makeBattery('R'), Instrument::makeBattery('L')};
+        info = batteries;
         const Bytes bytes = call.outcome().bytes("hex");
         std::copy_n(bytes.begin(), std::min(bytes.size(), sizeof(info)),
                     reinterpret_cast<std::uint8_t*>(&info));
@@ -160,24 +184,20 @@ bool MoxArmControl::GetBatInfo(bat_info_to_ui& info)
 
 bool MoxArmControl::GetMagSensorState()
 {
-    const Operation call("GetMagSensorState");
-    return pick(call.outcome(), "value", instrument.magnetClosed);
+    return Operation("GetMagSensorState").value(instrument.magnetClosed);
 }
 
 bool MoxArmControl::SetReelOverlay(ReelOverlayCtrlType control)
 {
-    const Operation call("SetReelOverlay", std::to_string(control));
-    if (call.succeeds()) {
-        reportSwitch("reel overlay", control == ReelOverlayOn);
-    }
-    return call.succeeds();
+    const Operation call("SetReelOverlay", to_string(control));
+    return call.change("reel overlay", instrument.overlayOn, control == ReelOverlayOn);
 }
 
 bool MoxArmControl::SetLedStates(const std::vector<ArmMox::LedStates>& leds)
 {
     std::string list;
     for (const ArmMox::LedStates led : leds) {
-        list += std::to_string(led) + ":";
+        list += to_string(led) + ":";
     }
     const Operation call("SetLedStates", list);
     if (call.succeeds()) {
@@ -198,31 +218,25 @@ bool MoxArmControl::ZeroReelCount()
 
 bool MoxArmControl::SetReelSondeState(bool on)
 {
-    const Operation call("SetReelSondeState", std::to_string(on));
-    if (call.succeeds()) {
-        reportSwitch("sonde", on);
-        instrument.sondeOn = on;
-    }
-    return call.succeeds();
+    return Operation("SetReelSondeState", to_string(on)).change("sonde", instrument.sondeOn, on);
 }
 
 bool MoxArmControl::Ipad_Auth_Chip_Tx(unsigned char reg, unsigned char* data, int length)
 {
     const std::string bytes = simulator::toHex(data, static_cast<std::size_t>(length));
-    return Operation("Ipad_Auth_Chip_Tx", std::to_string(reg) + ", " + bytes).succeeds();
+    return Operation("Ipad_Auth_Chip_Tx", to_string(reg) + ", " + bytes).succeeds();
 }
 
 bool MoxArmControl::Ipad_Auth_Chip_Rx(unsigned char reg, unsigned char* data, int length,
                                       int* count)
 {
-    const Operation call("Ipad_Auth_Chip_Rx", std::to_string(reg) + ", " + std::to_string(length));
-    const Outcome& outcome = call.outcome();
+    const Operation call("Ipad_Auth_Chip_Rx", to_string(reg) + ", " + to_string(length));
     if (call.fillsOutputs()) {
-        const Bytes bytes =
-            outcome.has("hex") ? outcome.bytes("hex") : Instrument::readAuthRegister(reg);
+        const bool isScripted = call.outcome().has("hex");
+        const Bytes bytes = isScripted ? call.outcome().bytes("hex") : readAuthRegister(reg);
         const std::size_t size = std::min(bytes.size(), static_cast<std::size_t>(length));
         std::copy_n(bytes.begin(), size, data);
-        *count = pick(outcome, "count", static_cast<int>(size));
+        call.fill("count", *count, static_cast<long long>(size));
     }
     return call.succeeds();
 }
@@ -231,51 +245,49 @@ bool MoxArmControl::Pic_Update_Comm_Tx(PicUpdateDevType device, PicUpdateCmdType
                                        int length, unsigned char* data)
 {
     const Bytes payload(data, data + length);
-    reportGlobals();
-    const Operation call("Pic_Update_Comm_Tx", std::to_string(device) + ", " +
-                                                   std::to_string(command) + ", " +
-                                                   simulator::toHex(data, payload.size()));
-    if (call.succeeds()) {
-        instrument.sendToPic(device, command, payload);
+    if (simulator::setting("globals") == "shown") {
+        reportGlobals();
+    }
+    const Operation call("Pic_Update_Comm_Tx", to_string(device) + ", " + to_string(command) +
+                                                   ", " + simulator::toHex(data, payload.size()));
+    const std::string& behaviour = simulator::setting("pic");
+    if (call.succeeds() && behaviour != "silent") {
+        constexpr double lateSeconds = 1.5; // the tool waits one second
+        auto& pic = instrument.pics.try_emplace(device, device).first->second;
+        instrument.replies.emplace_back(
+            simulator::now() + (behaviour == "late" ? lateSeconds : 0),
+            simulator::makeDataRecord(picReplyTag, pic.answer(command, payload)));
     }
     return call.succeeds();
 }
 
 bool System::GetLcdEnabled()
 {
-    const Operation call("GetLcdEnabled");
-    return pick(call.outcome(), "value", instrument.displayOn);
+    return Operation("GetLcdEnabled").value(instrument.displayOn);
 }
 
 bool System::SetLcdEnabled(bool enable)
 {
-    const Operation call("SetLcdEnabled", std::to_string(enable));
-    if (call.succeeds()) {
-        reportSwitch("display", enable);
-        instrument.displayOn = enable;
-    }
-    return call.succeeds();
+    return Operation("SetLcdEnabled", to_string(enable))
+        .change("display", instrument.displayOn, enable);
 }
 
 bool System::GetLcdRotations(bool& vertical, bool& horizontal)
 {
     const Operation call("GetLcdRotations");
-    if (call.fillsOutputs()) {
-        vertical = pick(call.outcome(), "vertical", instrument.displayVerticalNormal);
-        horizontal = pick(call.outcome(), "horizontal", instrument.displayHorizontalNormal);
-    }
+    call.fill("vertical", vertical, instrument.displayVerticalNormal);
+    call.fill("horizontal", horizontal, instrument.displayHorizontalNormal);
     return call.succeeds();
 }
 
 bool System::SetLcdRotation(bool vertical, bool horizontal)
 {
-    const Operation call("SetLcdRotation",
-                         std::to_string(vertical) + ", " + std::to_string(horizontal));
+    const Operation call("SetLcdRotation", to_string(vertical) + ", " + to_string(horizontal));
     if (call.succeeds()) {
-        instrument.displayVerticalNormal = vertical;
-        instrument.displayHorizontalNormal = horizontal;
         report("display %s vertically, %s horizontally", vertical ? "normal" : "flipped",
                horizontal ? "normal" : "flipped");
+        instrument.displayVerticalNormal = vertical;
+        instrument.displayHorizontalNormal = horizontal;
     }
     return call.succeeds();
 }

@@ -1,141 +1,94 @@
 #include "simulator/Outcome.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstdlib>
+#include <cctype>
+#include <charconv>
+#include <set>
 #include <sstream>
+#include <vector>
 
 namespace simulator {
 
 namespace {
 
-enum class Form { flag, number, digits, hexadecimal, text };
+using Words = std::set<std::string>;
 
-struct FieldRule {
-    std::string_view name;
-    Form form;
+/// Calls, by their keys without a path, and the fields that they know beside those of `knows`.
+struct Rule {
+    Words calls;
+    Words fields;
 };
 
-constexpr std::array<FieldRule, 27> fieldRules{{
-    {"ok", Form::flag},       {"kill", Form::flag},        {"kill-before", Form::flag},
-    {"throw", Form::text},    {"throw-other", Form::flag}, {"false", Form::flag},
-    {"unfilled", Form::flag}, {"text", Form::text},        {"hex", Form::hexadecimal},
-    {"mode", Form::number},   {"key", Form::number},       {"fault", Form::number},
-    {"count", Form::number},  {"sonde", Form::number},     {"atex", Form::number},
-    {"value", Form::number},  {"vertical", Form::number},  {"horizontal", Form::number},
-    {"states", Form::digits}, {"keys", Form::digits},      {"leds", Form::digits},
-    {"error", Form::number},  {"short", Form::flag},       {"flip", Form::number},
-    {"timeout", Form::flag},  {"end", Form::flag},         {"signal", Form::number},
-}};
-
-/// The fields that a call knows beside those that every call, and every operation, knows.
-struct CallRule {
-    std::string_view name;
-    CallKind kind;
-    std::string_view fields;
-};
-
-constexpr std::string_view everyCall = "ok kill kill-before signal";
-constexpr std::string_view everyOperation = "throw throw-other";
-
-constexpr std::array<CallRule, 28> callRules{{
-    {"GetVimbraSwVersion", CallKind::libraryOperation, "text"},
-    {"GetArmState", CallKind::libraryOperation, "false unfilled mode key fault"},
-    {"GetPowerStates", CallKind::libraryOperation, "false unfilled states"},
-    {"GetKeyPadState", CallKind::libraryOperation, "false unfilled keys leds"},
-    {"GetReelState", CallKind::libraryOperation, "false unfilled mode count sonde atex"},
-    {"GetBatInfo", CallKind::libraryOperation, "false unfilled hex"},
-    {"GetMagSensorState", CallKind::libraryOperation, "value"},
-    {"SetReelOverlay", CallKind::libraryOperation, "false"},
-    {"SetLedStates", CallKind::libraryOperation, "false"},
-    {"ZeroReelCount", CallKind::libraryOperation, "false"},
-    {"SetReelSondeState", CallKind::libraryOperation, "false"},
-    {"Ipad_Auth_Chip_Tx", CallKind::libraryOperation, "false"},
-    {"Ipad_Auth_Chip_Rx", CallKind::libraryOperation, "false unfilled hex count"},
-    {"Pic_Update_Comm_Tx", CallKind::libraryOperation, "false"},
-    {"GetLcdEnabled", CallKind::libraryOperation, "value"},
-    {"SetLcdEnabled", CallKind::libraryOperation, "false"},
-    {"GetLcdRotations", CallKind::libraryOperation, "false unfilled vertical horizontal"},
-    {"SetLcdRotation", CallKind::libraryOperation, "false"},
-    {"open", CallKind::fileCall, "error"},
-    {"fopen", CallKind::fileCall, "error"},
-    {"close", CallKind::fileCall, "error"},
-    {"read", CallKind::fileCall, "error hex count short flip"},
-    {"write", CallKind::fileCall, "error count short"},
-    {"fsync", CallKind::fileCall, "error"},
-    {"lseek", CallKind::fileCall, "error"},
-    {"select", CallKind::fileCall, "error timeout end"},
-    {"usleep", CallKind::pause, "error"},
-    {"sleep", CallKind::pause, ""},
-}};
-
-template <class Rules>
-const auto* findRule(const Rules& rules, std::string_view name)
+/// Lives on when the program ends, since it still makes calls then.
+const std::vector<Rule>& rules()
 {
-    const auto rule = std::find_if(rules.begin(), rules.end(),
-                                   [&](const auto& candidate) { return candidate.name == name; });
-    return rule != rules.end() ? &*rule : nullptr;
+    static const auto* const rows = new std::vector<Rule>{
+        {{"GetVimbraSwVersion"}, {"text"}},
+        {{"GetArmState"}, {"false", "unfilled", "mode", "key", "fault"}},
+        {{"GetPowerStates"}, {"false", "unfilled", "states"}},
+        {{"GetKeyPadState"}, {"false", "unfilled", "keys", "leds"}},
+        {{"GetReelState"}, {"false", "unfilled", "mode", "count", "sonde", "atex"}},
+        {{"GetBatInfo"}, {"false", "unfilled", "hex"}},
+        {{"GetLcdRotations"}, {"false", "unfilled", "vertical", "horizontal"}},
+        {{"Ipad_Auth_Chip_Rx"}, {"false", "unfilled", "hex", "count"}},
+        {{"GetMagSensorState", "GetLcdEnabled"}, {"value"}},
+        {{"SetReelOverlay", "SetLedStates", "ZeroReelCount", "SetReelSondeState", "SetLcdEnabled",
+          "SetLcdRotation", "Ipad_Auth_Chip_Tx", "Pic_Update_Comm_Tx"},
+         {"false"}},
+        {{":open", ":fopen", ":close", ":fsync", ":lseek", ":unlink", "usleep"}, {"error"}},
+        {{":read"}, {"error", "hex", "count", "short", "flip"}},
+        {{":write"}, {"error", "count", "short"}},
+        {{":select"}, {"error", "timeout", "end"}},
+        {{"sleep"}, {}},
+    };
+    return *rows;
 }
 
-bool listsWord(std::string_view list, std::string_view word)
+bool knows(const Rule& rule, const std::string& field)
 {
-    std::istringstream words{std::string(list)};
-    for (std::string listed; words >> listed;) {
-        if (listed == word) {
-            return true;
-        }
+    static const Words* const ofAll = new Words{"ok", "kill", "signal"};
+    const bool isOperation = std::isupper(static_cast<unsigned char>(rule.calls.begin()->front()));
+    return ofAll->contains(field) || rule.fields.contains(field) ||
+           (isOperation && (field == "throw" || field == "throw-other"));
+}
+
+auto findRule(const std::string& key)
+{
+    const std::size_t colon = key.rfind(':');
+    const std::string call = colon == std::string::npos ? key : key.substr(colon);
+    return std::find_if(rules().begin(), rules().end(),
+                        [&](const Rule& rule) { return rule.calls.contains(call); });
+}
+
+/// Whether what is behind the name, "=VALUE" or nothing, has the form that follows from the name.
+bool hasForm(const std::string& name, const std::string& rest)
+{
+    const Words flags{"ok", "kill", "throw-other", "false", "unfilled", "short", "timeout", "end"};
+    if (flags.contains(name) || rest.empty()) {
+        return flags.contains(name) && rest.empty();
     }
-    return false;
-}
-
-bool knowsField(const std::string& call, const std::string& field)
-{
-    const CallRule* const rule = findRule(callRules, call);
-    const bool isOperation = rule != nullptr && rule->kind == CallKind::libraryOperation;
-    return listsWord(everyCall, field) || (isOperation && listsWord(everyOperation, field)) ||
-           (rule != nullptr && listsWord(rule->fields, field));
-}
-
-bool consistsOf(const std::string& text, const char* characters)
-{
-    return text.find_first_not_of(characters) == std::string::npos;
-}
-
-bool hasForm(const std::string& value, Form form)
-{
-    switch (form) {
-    case Form::number:
-        return parseNumber(value).has_value();
-    case Form::digits:
-        return consistsOf(value, "0123456789");
-    case Form::hexadecimal:
-        return value.size() % 2 == 0 && consistsOf(value, "0123456789abcdefABCDEF");
-    case Form::text:
-        return true;
-    case Form::flag:
-    default:
-        return false;
+    const std::string value = rest.substr(1);
+    const bool isList = name == "states" || name == "keys" || name == "leds";
+    if (isList || name == "hex") {
+        const char* const digits = isList ? "0123456789" : "0123456789abcdefABCDEF";
+        return value.find_first_not_of(digits) == value.npos && (isList || value.size() % 2 == 0);
     }
+    return name == "text" || name == "throw" || parseNumber(value).has_value();
 }
 
-std::string findFieldFault(const std::string& call, const std::string& field)
+std::string findFieldFault(const std::string& key, const std::string& field)
 {
-    const std::size_t equals = field.find('=');
-    const std::string name = field.substr(0, equals);
-    const FieldRule* const rule = findRule(fieldRules, name);
-    if (rule == nullptr || name.empty()) {
+    const std::string name = field.substr(0, field.find('='));
+    if (std::none_of(rules().begin(), rules().end(),
+                     [&](const Rule& rule) { return knows(rule, name); })) {
         return "no outcome is called \"" + name + "\"";
     }
-    if (!call.empty() && !knowsField(call, name)) {
-        return call + " has no outcome \"" + name + "\"";
+    if (!key.empty() && !knows(*findRule(key), name)) {
+        return key.substr(key.rfind(':') + 1) + " has no outcome \"" + name + "\"";
     }
-    const bool hasValue = equals != std::string::npos;
-    if (hasValue != (rule->form != Form::flag) ||
-        (hasValue && !hasForm(field.substr(equals + 1), rule->form))) {
-        return "\"" + field + "\" has not the form of this outcome";
-    }
-    return "";
+    return hasForm(name, field.substr(name.size()))
+               ? ""
+               : "\"" + field + "\" has not the form of this outcome";
 }
 
 } // namespace
@@ -149,46 +102,31 @@ Outcome::Outcome(const std::string& text)
     }
 }
 
-std::string Outcome::text(const std::string& name) const
-{
-    return has(name) ? fields.at(name) : "";
-}
-
 long long Outcome::number(const std::string& name, long long fallback) const
 {
     return parseNumber(text(name)).value_or(fallback);
 }
 
-bool Outcome::fits(const std::string& call) const
-{
-    return std::all_of(fields.begin(), fields.end(),
-                       [&](const auto& field) { return knowsField(call, field.first); });
-}
-
 std::optional<long long> parseNumber(const std::string& text)
 {
-    char* end = nullptr;
-    errno = 0;
-    const bool isHexadecimal = text.find_first_of("xX") != std::string::npos;
-    const long long value = std::strtoll(text.c_str(), &end, isHexadecimal ? 16 : 10);
-    if (text.empty() || *end != '\0' || errno != 0 ||
-        text.find_first_of(" \t") != std::string::npos) {
-        return std::nullopt;
-    }
-    return value;
+    const int prefix = text.starts_with("0x") ? 2 : 0;
+    const char* const end = text.data() + text.size();
+    long long value = 0;
+    const auto [rest, error] =
+        std::from_chars(text.data() + prefix, end, value, prefix == 0 ? 10 : 16);
+    return rest == end && error == std::errc() ? std::optional(value) : std::nullopt;
 }
 
-std::optional<CallKind> kindOfCall(std::string_view name)
+bool isCallKey(const std::string& key)
 {
-    const CallRule* const rule = findRule(callRules, name);
-    return rule != nullptr ? std::optional(rule->kind) : std::nullopt;
+    return findRule(key) != rules().end();
 }
 
-std::string findOutcomeFault(const std::string& call, const std::string& text)
+std::string findOutcomeFault(const std::string& key, const std::string& text)
 {
     std::istringstream stream(text);
     for (std::string field; std::getline(stream, field, ',');) {
-        if (std::string fault = findFieldFault(call, field); !fault.empty()) {
+        if (std::string fault = findFieldFault(key, field); !fault.empty()) {
             return fault;
         }
     }

@@ -4,8 +4,6 @@
 
 #include <map>
 #include <optional>
-#include <string>
-#include <string_view>
 
 namespace simulator {
 
@@ -20,13 +18,9 @@ public:
 
     bool has(const std::string& name) const { return fields.contains(name); }
     bool isOrdinary() const { return fields.empty() || has("ok"); }
-    bool succeeds() const { return !has("false"); }
-    std::string text(const std::string& name) const;
+    std::string text(const std::string& name) const { return has(name) ? fields.at(name) : ""; }
     long long number(const std::string& name, long long fallback) const;
     Bytes bytes(const std::string& name) const { return fromHex(text(name)); }
-
-    /// Whether the call knows all the fields.
-    bool fits(const std::string& call) const;
 
 private:
     std::map<std::string, std::string> fields;
@@ -35,14 +29,11 @@ private:
 /// A whole number, decimal, or hexadecimal behind 0x; nothing if the text is anything else.
 std::optional<long long> parseNumber(const std::string& text);
 
-/// An operation of the common library; a call on a file, whose key is PATH:NAME; or a pause.
-enum class CallKind { libraryOperation, fileCall, pause };
+/// Whether there is a call with this key: PATH:NAME for one on a file, NAME for any other.
+bool isCallKey(const std::string& key);
 
-/// Nothing if no call has this name.
-std::optional<CallKind> kindOfCall(std::string_view name);
-
-/// What is wrong with the text of an outcome; empty if nothing is. `call` is the name of the call
-/// that is to end so, or empty for any.
-std::string findOutcomeFault(const std::string& call, const std::string& text);
+/// What is wrong with an outcome of the call with this key, or of any if the key is empty; empty if
+/// nothing is.
+std::string findOutcomeFault(const std::string& key, const std::string& text);
 
 } // namespace simulator

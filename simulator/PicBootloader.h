@@ -3,7 +3,6 @@
 #include "simulator/Bytes.h"
 
 #include <array>
-#include <cstdint>
 
 namespace simulator {
 
@@ -11,12 +10,8 @@ namespace simulator {
 /// checksum or address, and a version that is not newer are refused.
 class PicBootloader {
 public:
-    static constexpr std::uint8_t refusedStatus = 1;
-
-    static bool exists(int picDevice);
-
-    /// `picDevice` is the code of a PIC that exists.
-    explicit PicBootloader(int picDevice);
+    /// `device` is the code of a PIC that exists; throws if it is another.
+    explicit PicBootloader(int device);
 
     /// Takes a command and returns the data bytes of the answer.
     Bytes answer(int command, const Bytes& payload);
@@ -26,26 +21,23 @@ public:
 
 private:
     enum class State { idle, begun, receiving, dataEnded, finished };
-    struct Model;
     struct Rule;
     using Versions = std::array<std::uint32_t, 3>;
 
-    static const Model* findModel(int picDevice);
     const Rule* findRule(int command) const;
-    std::uint8_t execute(int command, const Bytes& payload);
-    std::uint8_t handle(int command, const Bytes& payload);
-    void begin();
-    std::uint8_t takeVersions(const Bytes& payload);
-    std::uint8_t takeBlock(const Bytes& payload);
-    std::uint8_t refuse(const char* reason) const;
+    const char* findFault(const Rule* rule, const Bytes& payload) const;
+    const char* findBlockFault(const Bytes& payload) const;
+    Versions readVersions(const Bytes& payload) const;
+    void execute(const Rule& rule, const Bytes& payload);
 
-    const Model& model;
+    const char* name;
+    bool isGps;
+    std::uint32_t versionMark; ///< what the first version number is combined with
     State state = State::idle;
-    Versions version; ///< of the program that it holds
+    Versions version{}; ///< of the program that it holds
     Versions offered{};
     std::uint32_t nextAddress = 0; ///< the lowest that the next block may have
-    std::uint32_t blockCount = 0;
-    Bytes memory; ///< the data of the blocks, one behind the other
+    Bytes memory;                  ///< the data of the blocks, one behind the other
     bool isConfigured = false;
 };
 

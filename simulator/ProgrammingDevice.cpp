@@ -2,25 +2,12 @@
 
 #include "simulator/Report.h"
 #include "simulator/Script.h"
-#include "simulator/Settings.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstring>
 #include <numeric>
 
 namespace simulator {
-
-namespace {
-
-bool isInFlash(std::uint32_t address)
-{
-    const auto flash = parseRange(Script::instance().setting("flash"));
-    return flash && address >= flash->first && address <= flash->last &&
-           flash->last - address >= imageChunkSize - 1;
-}
-
-} // namespace
 
 const char* ProgrammingDevice::findFault(const ImagePacketHeader& header, const Bytes& data) const
 {
@@ -44,7 +31,8 @@ const char* ProgrammingDevice::findFault(const ImagePacketHeader& header, const 
     if (sum % 256 != 0 || header.checksum > 255) {
         return "wrong checksum";
     }
-    if (!isInFlash(header.address)) {
+    const auto flash = numberSetting("flash");
+    if (header.address < flash[0] || header.address + (imageChunkSize - 1LL) > flash[1]) {
         return "address outside the flash memory";
     }
     return memory.contains(header.address) ? "address programmed twice" : nullptr;

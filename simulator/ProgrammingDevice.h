@@ -3,7 +3,6 @@
 #include "firmware/ImageFormat.h"
 #include "simulator/Bytes.h"
 
-#include <cstdint>
 #include <map>
 
 namespace simulator {

@@ -24,25 +24,10 @@ int reportDescriptor = -1;
 void writeLine(int descriptor, const std::string& line)
 {
     const int error = errno;
-    struct sigaction ignore = {};
-    struct sigaction before = {};
-    ignore.sa_handler = SIG_IGN;
-    sigaction(SIGPIPE, &ignore, &before);
-    if (write(descriptor, line.data(), line.size()) == -1) {
-        // Nobody is left to tell.
-    }
-    sigaction(SIGPIPE, &before, nullptr);
+    const auto before = std::signal(SIGPIPE, SIG_IGN);
+    [[maybe_unused]] const ssize_t written = write(descriptor, line.data(), line.size());
+    std::signal(SIGPIPE, before);
     errno = error;
-}
-
-void openTrace(const char* path)
-{
-    const int opened = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (opened == -1) {
-        refuseToStart(std::string("trace ") + path + ": " + std::strerror(errno));
-    }
-    traceDescriptor = fcntl(opened, F_DUPFD_CLOEXEC, firstOwnDescriptor);
-    close(opened);
 }
 
 } // namespace
@@ -51,9 +36,15 @@ void openReports()
 {
     reportDescriptor = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, firstOwnDescriptor);
     const char* const path = std::getenv("VIMBRA_SIM_TRACE");
-    if (path != nullptr && *path != '\0') {
-        openTrace(path);
+    if (path == nullptr || *path == '\0') {
+        return;
     }
+    const int opened = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (opened == -1) {
+        refuseToStart(std::string("trace ") + path + ": " + std::strerror(errno));
+    }
+    traceDescriptor = fcntl(opened, F_DUPFD_CLOEXEC, firstOwnDescriptor);
+    close(opened);
 }
 
 void trace(const std::string& line)

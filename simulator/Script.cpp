@@ -1,202 +1,177 @@
 #include "simulator/Script.h"
 
-#include "simulator/DeviceNames.h"
+#include "simulator/Channels.h"
 #include "simulator/Report.h"
-#include "simulator/Settings.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstdlib>
 #include <fstream>
+#include <iomanip>
+#include <regex>
 #include <sstream>
-#include <vector>
 
 namespace simulator {
 
 namespace {
 
-const char* environment(const char* name)
-{
-    const char* const value = std::getenv(name);
-    return value != nullptr ? value : "";
-}
+struct Setting {
+    std::string value;
+    const char* form;             ///< what a value looks like, for the user
+    std::string pattern;          ///< of a value, up to a first blank
+    long long limit = UINT32_MAX; ///< of the numbers in a value
+};
 
-/// Takes the word at the front of `rest`, in double quotes if it holds blanks.
-std::string takeWord(std::string& rest)
+// All live on when the program ends, since it still makes calls then.
+const std::string& number = *new std::string("(?:0x[0-9a-fA-F]+|[0-9]+)");
+auto& outcomes = *new std::map<std::string, std::deque<Outcome>>;
+auto& settings = *new std::map<std::string, Setting>{
+    {"pic", {"normal", "normal, silent, late or refuse", "normal|silent|late|refuse"}},
+    {"pic-version",
+     {"1.0.0", "three numbers, such as 3.1.20", number + "\\." + number + "\\." + number, 0xFFFF}},
+    {"gps-mode", {"1", "a number up to 255", number, 255}},
+    {"gps-version", {"1", "a number of 32 bits", number}},
+    {"flash", {"0-0xFFFFFFFF", "FIRST-LAST, addresses", number + "-" + number}},
+    {"clock", {"real", "real or fast", "real|fast"}},
+    {"globals", {"hidden", "hidden or shown", "hidden|shown"}},
+    {"fail", {"none", "\"K OUTCOME\", or none", "none|[1-9][0-9]* "}},
+};
+
+std::string place; ///< in a script, in front of what is wrong there
+
+/// Refuses what has a fault.
+void expectNone(const std::string& fault)
 {
-    const bool isQuoted = rest.front() == '"';
-    const std::size_t begin = isQuoted ? 1 : 0;
-    const std::size_t end = rest.find_first_of(isQuoted ? "\"" : " \t\r", begin);
-    if (isQuoted && end == std::string::npos) {
-        throw ScriptError("a quotation mark is missing");
+    if (!fault.empty()) {
+        refuseToStart(place + fault);
     }
-    std::string word = rest.substr(begin, end - begin);
-    rest = end == std::string::npos ? "" : rest.substr(end + begin);
-    return word;
 }
 
-std::vector<std::string> splitWords(std::string line)
+std::vector<long long> numbersIn(const std::string& value)
 {
+    const std::regex pattern(number);
+    std::vector<long long> numbers;
+    for (std::sregex_iterator next(value.begin(), value.end(), pattern), end; next != end; ++next) {
+        numbers.push_back(parseNumber(next->str()).value_or(LLONG_MAX));
+    }
+    return numbers;
+}
+
+bool fits(const std::string& value, const Setting& row)
+{
+    const std::size_t end = std::min(value.find(' '), value.size() - 1) + 1;
+    const std::string head = value.substr(0, end);
+    const auto numbers = numbersIn(head);
+    return std::regex_match(head, std::regex(row.pattern)) &&
+           (numbers.empty() || std::ranges::max(numbers) <= row.limit) &&
+           (&row != &settings.at("flash") || numbers[0] <= numbers[1]) &&
+           (head.back() != ' ' || findOutcomeFault("", value.substr(end)).empty());
+}
+
+void change(const std::string& name, const std::string& value)
+{
+    std::string names;
+    for (auto& [known, row] : settings) {
+        names += " " + known;
+        if (known == name) {
+            const std::string fault = "the setting \"" + name + "\" takes " + row.form;
+            expectNone(fits(value, row) ? "" : fault + ", not \"" + value + "\"");
+            row.value = value;
+            return;
+        }
+    }
+    expectNone("no setting is called \"" + name + "\"; there are" + names);
+}
+
+void planOutcomes(const std::vector<std::string>& words)
+{
+    const std::string& key = words.front();
+    expectNone(isCallKey(key) ? "" : "no call has the key \"" + key + "\"");
+    const std::string path = key.substr(0, key.rfind(':'));
+    const bool isNoDevice = path.starts_with("/dev/") && !isDeviceNode(path);
+    expectNone(isNoDevice ? "no simulated device is called \"" + path + "\"" : "");
+    std::deque<Outcome>& planned = outcomes[key];
+    for (auto word = words.begin() + 1; word != words.end(); ++word) {
+        expectNone(findOutcomeFault(key, *word));
+        planned.emplace_back(*word);
+    }
+}
+
+void readLine(const std::string& line)
+{
+    const bool isOpen = std::ranges::count(line, '"') % 2 != 0;
+    expectNone(isOpen ? "a quotation mark is missing" : "");
+    std::istringstream stream(line);
     std::vector<std::string> words;
-    for (;;) {
-        const std::size_t begin = line.find_first_not_of(" \t\r");
-        if (begin == std::string::npos) {
-            return words;
-        }
-        line = line.substr(begin);
-        words.push_back(takeWord(line));
+    for (std::string word; stream >> std::quoted(word, '"', '\0');) {
+        words.push_back(word);
+    }
+    if (!words.empty() && words.front() == "set") {
+        expectNone(words.size() == 3 ? "" : "a setting is \"set NAME VALUE\"");
+        change(words[1], words[2]);
+    } else if (!words.empty()) {
+        planOutcomes(words);
     }
 }
 
-/// The name of the call that a key stands for. Throws if there is no such call.
-std::string callOfKey(const std::string& key)
+void readScript(const std::string& path)
 {
-    const std::size_t colon = key.rfind(':');
-    const bool hasPath = colon != std::string::npos;
-    std::string call = hasPath ? key.substr(colon + 1) : key;
-    const auto kind = kindOfCall(call);
-    if (!kind || hasPath != (kind == CallKind::fileCall)) {
-        throw ScriptError("no call has the key \"" + key + "\"");
+    const std::string start = "script " + path + ": ";
+    std::ifstream script(path);
+    int lineNumber = 0;
+    for (std::string line; std::getline(script, line);) {
+        place = start + "line " + std::to_string(++lineNumber) + ": ";
+        readLine(line);
     }
-    const std::string path = hasPath ? key.substr(0, colon) : "";
-    if (path.starts_with("/dev/") && !isDeviceNode(path)) {
-        throw ScriptError("no simulated device is called \"" + path + "\"");
-    }
-    return call;
+    place = start;
+    expectNone(script.is_open() && !script.bad() ? "" : "can't be read");
+    place = "";
 }
 
-void readFile(Script& script, const std::string& path)
-{
-    try {
-        std::ifstream file(path);
-        if (!file) {
-            throw ScriptError("can't be read");
-        }
-        script.read(file);
-    } catch (const ScriptError& error) {
-        throw ScriptError("script " + path + ": " + error.what());
+/// Reads all before `main`, so that a fault is told in time.
+[[maybe_unused]] const bool isStarted = [] {
+    openReports();
+    const char* const path = std::getenv("VIMBRA_SIM_SCRIPT");
+    if (path != nullptr && *path != '\0') {
+        readScript(path);
     }
-}
-
-void readEnvironment(Script& script)
-{
-    const std::string path = environment("VIMBRA_SIM_SCRIPT");
-    if (!path.empty()) {
-        readFile(script, path);
-    }
-    std::istringstream settings(environment("VIMBRA_SIM_SETTINGS"));
-    for (std::string line; std::getline(settings, line);) {
+    const char* const given = std::getenv("VIMBRA_SIM_SETTINGS");
+    std::istringstream lines(given != nullptr ? given : "");
+    for (std::string line; std::getline(lines, line);) {
         const std::size_t equals = line.find('=');
-        if (equals == std::string::npos) {
-            throw ScriptError("the setting \"" + line + "\" is not NAME=VALUE");
-        }
-        script.set(line.substr(0, equals), line.substr(equals + 1));
+        expectNone(equals != std::string::npos ? ""
+                                               : "the setting \"" + line + "\" is not NAME=VALUE");
+        change(line.substr(0, equals), line.substr(equals + 1));
     }
-}
+    return true;
+}();
 
 } // namespace
 
-Script& Script::instance()
+Outcome takeOutcome(const std::string& key)
 {
-    static Script script = [] {
-        Script loaded;
-        try {
-            readEnvironment(loaded);
-        } catch (const ScriptError& error) {
-            refuseToStart(error.what());
-        }
-        return loaded;
-    }();
-    return script;
-}
-
-Script::Script()
-{
-    for (const SettingRule& rule : settingRules()) {
-        settings[rule.name] = rule.initial;
+    if (findOutcomes(key) == nullptr || findOutcomes(key)->empty()) {
+        return {};
     }
-}
-
-void Script::read(std::istream& lines)
-{
-    int number = 0;
-    for (std::string line; std::getline(lines, line);) {
-        ++number;
-        try {
-            readLine(line);
-        } catch (const ScriptError& error) {
-            throw ScriptError("line " + std::to_string(number) + ": " + error.what());
-        }
-    }
-    if (lines.bad()) {
-        throw ScriptError("can't be read");
-    }
-}
-
-void Script::readLine(const std::string& line)
-{
-    const std::vector<std::string> words = splitWords(line);
-    if (words.empty()) {
-        return;
-    }
-    const std::string& key = words.front();
-    if (key == "set") {
-        if (words.size() != 3) {
-            throw ScriptError("a setting is \"set NAME VALUE\"");
-        }
-        set(words[1], words[2]);
-        return;
-    }
-    const std::string call = callOfKey(key);
-    std::deque<std::string>& planned = outcomes[key];
-    for (auto word = words.begin() + 1; word != words.end(); ++word) {
-        if (const std::string fault = findOutcomeFault(call, *word); !fault.empty()) {
-            throw ScriptError(fault);
-        }
-        planned.push_back(*word);
-    }
-}
-
-void Script::set(const std::string& name, const std::string& value)
-{
-    const auto& rules = settingRules();
-    const auto rule =
-        std::find_if(rules.begin(), rules.end(), [&](const auto& row) { return row.name == name; });
-    if (rule == rules.end()) {
-        throw ScriptError("no setting is called \"" + name + "\"");
-    }
-    if (!rule->accepts(value)) {
-        throw ScriptError("the setting \"" + name + "\" takes " + rule->form + ", not \"" + value +
-                          "\"");
-    }
-    settings[name] = value;
-}
-
-Outcome Script::next(const std::string& key)
-{
-    Outcome outcome = upcoming(key);
-    if (hasMore(key)) {
-        outcomes[key].pop_front();
-    }
+    Outcome outcome = outcomes[key].front();
+    outcomes[key].pop_front();
     return outcome;
 }
 
-Outcome Script::upcoming(const std::string& key) const
+const std::deque<Outcome>* findOutcomes(const std::string& key)
 {
-    return hasMore(key) ? Outcome(outcomes.at(key).front()) : Outcome();
+    const auto found = outcomes.find(key);
+    return found != outcomes.end() ? &found->second : nullptr;
 }
 
-bool Script::hasMore(const std::string& key) const
+const std::string& setting(const std::string& name)
 {
-    return mentions(key) && !outcomes.at(key).empty();
+    return settings.at(name).value;
 }
 
-std::optional<Outcome> Script::failureAt(unsigned long callNumber) const
+std::vector<long long> numberSetting(const std::string& name)
 {
-    const auto failure = parseFailure(setting("fail"));
-    if (!failure || failure->callNumber != callNumber) {
-        return std::nullopt;
-    }
-    return Outcome(failure->outcome);
+    return numbersIn(setting(name));
 }
 
 } // namespace simulator

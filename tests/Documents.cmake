@@ -10,5 +10,5 @@ if(NOT CMAKE_CROSSCOMPILING AND NOT VIMBRA_SANITIZE)
     endforeach()
     add_test(NAME "messages and options"
              COMMAND ${PROJECT_SOURCE_DIR}/tests/messages ${PROJECT_BINARY_DIR} ${tool_rooms})
-    add_test(NAME "completion" COMMAND ${PROJECT_SOURCE_DIR}/tests/completion)
+    add_test(NAME "completion" COMMAND ${PROJECT_SOURCE_DIR}/tests/completion ${PROJECT_BINARY_DIR})
 endif()
