@@ -49,6 +49,7 @@ struct OpenFile {
     std::string path; ///< as the program gave it
     int flags;        ///< of `open`
     bool isNode;
+    int descriptor;
     std::FILE* stream = nullptr;     ///< on the file, if there is one
     std::array<char, 4096> buffer{}; ///< of the stream, as large as libc makes it
     unsigned int step = 0;           ///< blocks that a live channel has delivered
@@ -84,7 +85,7 @@ int openFile(const std::string& path, int flags)
     const int fd = isNode ? memfd_create(path.c_str(), MFD_CLOEXEC)
                           : REAL(open)(translate(path).c_str(), flags, 0666);
     if (fd != -1) {
-        openFiles()[fd] = {path, flags, isNode};
+        openFiles()[fd] = {path, flags, isNode, fd};
     }
     return fd;
 }
@@ -100,7 +101,7 @@ void showStrayText(int fd, const std::string& path)
 
 int descriptorOf(void* cookie)
 {
-    return static_cast<int>(reinterpret_cast<std::intptr_t>(cookie));
+    return static_cast<const OpenFile*>(cookie)->descriptor;
 }
 
 /// Goes on behind a short count, as libc does on its own streams.
@@ -132,8 +133,7 @@ std::FILE* openStream(const std::string& path, const char* mode)
         return *offset == -1 ? -1 : 0;
     };
     calls.close = [](void* cookie) { return close(descriptorOf(cookie)); };
-    void* const cookie = reinterpret_cast<void*>(static_cast<std::intptr_t>(fd));
-    file.stream = fopencookie(cookie, mode, calls);
+    file.stream = fopencookie(&file, mode, calls);
     std::setvbuf(file.stream, file.buffer.data(), _IOFBF, file.buffer.size());
     return file.stream;
 }
