@@ -1,6 +1,8 @@
 #include "tests/FirmwareFiles.h"
 #include "tests/ToolRun.h"
 
+#include <cstdlib>
+
 namespace {
 
 class ControlTest : public ToolTest {};
@@ -87,6 +89,17 @@ TEST_F(ControlTest, InterfaceCatchesOnlyWhatTheDisplayThrows)
          {"GetLcdEnabled", "SetLcdEnabled", "GetLcdEnabled ok", "SetLcdEnabled ok"}) {
         expectEnd(call, "Error: text\n", 0);
     }
+}
+
+/// The library may keep the symbols of its exception class to itself.
+TEST_F(ControlTest, KnowsTheExceptionsOfAnyLibrary)
+{
+    setenv("LD_LIBRARY_PATH", VIMBRA_PLAIN_LIBRARY, 1);
+    const ToolResult result = run("--interface", "GetLcdEnabled throw=x\n");
+    EXPECT_TRUE(result.output.ends_with("\nError: x\n")) << result.output << result.errors;
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(run("--help").output.starts_with("Application options:\n"));
+    unsetenv("LD_LIBRARY_PATH");
 }
 
 class AuthenticationTest : public ToolTest {

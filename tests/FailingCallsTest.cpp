@@ -3,9 +3,9 @@
 
 #include <algorithm>
 #include <csignal>
-#include <iostream>
+#include <cstdio>
+#include <fnmatch.h>
 #include <map>
-#include <regex>
 
 // Good runs are repeated with each of their calls failing in turn, by each kind of failure that
 // fits it, and with the process killed right behind it.
@@ -25,48 +25,38 @@ std::vector<std::string> kindsOfFailure(const std::string& call)
     return found != kinds.end() ? found->second : std::vector<std::string>{"error=5"};
 }
 
-/// What a failure that the tool does not judge may bring about, besides a failed run.
-enum Course {
-    asIfGood,  ///< all is sent, as in the good run
-    endsThere, ///< nothing more is sent, and the status is 0
-    leavesOut, ///< some of what the good run sends is missing, and the status is 0
-};
-
 /// Calls whose result the tool does not examine, or judges more gently than by failing.
 struct Exception {
     const char* reason;
-    Course course;
+    bool endsThere;      ///< nothing more is sent; otherwise all is, as in the good run
     const char* failure; ///< pattern of "LAST COMMAND | CALL = GOOD RESULT | KIND"
 };
 
 const std::vector<Exception> exceptions{
-    {"reports go to standard output instead", asIfGood, R"(\| fopen\(p,)"},
-    {"a failing progress file never stops a run", asIfGood, R"(\| (write|fsync|close)\(p[,)])"},
-    {"a stream goes on behind a short count", asIfGood,
-     R"(\| (read\([\w.]+\.hex,|write\([\w./]+\.hex\.bin,).*(short|count=0))"},
-    {"a stream that has brought something is asked again", asIfGood,
-     R"(\| read\(fw\.hex, \d+\) = (?!3000).*error=5)"},
-    {"whoever programs an image checks the whole of it first", asIfGood,
-     R"(\| (write|lseek)\(fw\.hex\.bin,.*error=5)"},
-    {"the result of the write is the driver's answer", asIfGood, R"(\| fsync\(/dev/arm-program\))"},
-    {"all is done by then", asIfGood, R"(\| close\()"},
-    {"draining never fails an update", asIfGood,
-     R"(^ \| (select|read)\(/dev/arm-comms, (0\.0+|10)\))"},
-    {"a GPS PIC that can't be asked gets no update", endsThere,
-     R"(\(5, [67], +\| (select|read|Pic_Update_Comm_Tx)\((?!kt))"},
-    {"for the update a read error is the end of the file", leavesOut,
-     R"(\(\d, [245], .* \| read\([\w.]+\.hex,.*error=5)"},
-    {"nobody waits for the result", asIfGood, R"(\| Ipad_Auth_Chip_Tx\(.*false)"},
-    {"what is in the buffer is shown, whatever the chip says", asIfGood,
-     R"(\| Ipad_Auth_Chip_Rx\(\d+, 1\) \| (false|count=0))"},
-    {"a chip without a certificate is no failure", endsThere,
-     R"(\| Ipad_Auth_Chip_Rx\(48, 2\) \| false)"},
+    {"reports go to standard output instead", false, "*| fopen(p,*"},
+    {"a failing progress file never stops a run", false, "*| @(write|fsync|close)(p[,)]*"},
+    {"a stream goes on behind a short count", false,
+     R"(*| @(read\(*.hex|write\(*.hex.bin),*short)"},
+    {"a stream that has brought something is asked again", false,
+     "*| read(fw.hex, *) = !(3000) | error=5"},
+    {"whoever programs an image checks the whole of it first", false,
+     "*| @(write|lseek)(fw.hex.bin,*error=5"},
+    {"what can't be removed can't be opened, or is no obstacle", false, "*| unlink(*fw.hex.bin)*"},
+    {"the result of the write is the driver's answer", false, "*| fsync(/dev/arm-program)*"},
+    {"all is done by then", false, "*| close(*"},
+    {"draining never fails an update", false, " | @(select|read)(/dev/arm-comms, @(0.0*|10))*"},
+    {"a GPS PIC that can't be asked gets no update", true,
+     R"(*\(5, [67], * | @(select|read|Pic_Update_Comm_Tx)\([!k]*)"},
+    {"nobody waits for the result", false, "*| Ipad_Auth_Chip_Tx(*false"},
+    {"what is in the buffer is shown, whatever the chip says", false,
+     "*| Ipad_Auth_Chip_Rx(*, 1) | @(false|count=0)"},
+    {"a chip without a certificate is no failure", true, "*| Ipad_Auth_Chip_Rx(48, 2) | false"},
 };
 
 const Exception* findException(const std::string& failure)
 {
     const auto found = std::find_if(exceptions.begin(), exceptions.end(), [&](const auto& row) {
-        return std::regex_search(failure, std::regex(row.failure));
+        return fnmatch(row.failure, failure.c_str(), FNM_EXTMATCH) == 0;
     });
     return found != exceptions.end() ? &*found : nullptr;
 }
@@ -106,8 +96,8 @@ protected:
 
     ToolResult runAnew(const std::string& failure)
     {
-        for (const char* name : {"p", "fw.hex.bin", "volatile/fw.hex.bin"}) {
-            std::filesystem::remove(folder / name);
+        for (const char* name : {"/p", "/fw.hex.bin", "/volatile/fw.hex.bin"}) {
+            std::remove((folder + name).c_str());
         }
         ++runs;
         return run(GetParam().arguments, GetParam().script + "set fail \"" + failure + "\"\n");
@@ -131,15 +121,15 @@ protected:
         const Exception* const exception = findException(failure);
         const auto sent = sentIn(result.calls);
         const auto all = sentIn(good.calls);
-        const Course course = exception != nullptr ? exception->course : endsThere;
-        EXPECT_TRUE(course == leavesOut || isPrefix(sent, all));
+        EXPECT_TRUE(isPrefix(sent, all));
         if (exception == nullptr) {
             EXPECT_EQ(result.status, failed);
         } else {
             isExceptionNeeded[exception] |= result.status == 0;
         }
-        if (course != leavesOut && (exception == nullptr || result.status == 0)) {
-            EXPECT_EQ(sent.size(), (course == endsThere ? before : all).size());
+        if (exception == nullptr || result.status == 0) {
+            const bool endsThere = exception == nullptr || exception->endsThere;
+            EXPECT_EQ(sent.size(), (endsThere ? before : all).size());
         }
     }
 
@@ -157,7 +147,7 @@ protected:
     /// programmed is whole.
     void expectSound(const ToolResult& result) const
     {
-        if (std::regex_search(read("p") + result.output, std::regex("(^|\n|Progress: )100\n"))) {
+        if ((read("p") + result.output).find("100\n") != std::string::npos) {
             EXPECT_TRUE(sentIn(result.calls) == sentIn(good.calls) && result.status != failed);
         }
         const std::string left = read("fw.hex.bin");
@@ -185,7 +175,7 @@ TEST_P(FailingCallsTest, AreNotMistakenForSuccess)
     for (const auto& [exception, isNeeded] : isExceptionNeeded) {
         EXPECT_TRUE(isNeeded) << "superfluous: " << exception->failure;
     }
-    std::cout << runs << " runs of " << GetParam().arguments << "\n";
+    std::printf("%d runs of %s\n", runs, GetParam().arguments.c_str());
 }
 
 const char* const shortReads = "fw.hex:read count=3000\n";
@@ -197,7 +187,7 @@ INSTANTIATE_TEST_SUITE_P(
                     GoodRun{"ConvertingAHexFile", "--firmware-hex fw.hex", shortReads},
                     GoodRun{"UpdatingABatteryPack", "--program-pic orvel_base_user_3_1_20.hex",
                             "/dev/arm-comms:read hex=01\n"
-                            "orvel_base_user_3_1_20.hex:read count=200 ok ok count=200\n"},
+                            "orvel_base_user_3_1_20.hex:read count=200\n"},
                     GoodRun{"UpdatingTheGpsBoard", "--program-pic kt4100_gps_v8.hex", ""},
                     GoodRun{"ReadingTheAuthenticationChip", "--comm-listen",
                             "Ipad_Auth_Chip_Rx ok ok ok ok ok ok ok ok hex=00C8\n"}),

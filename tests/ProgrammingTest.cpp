@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <sys/stat.h>
 
 namespace {
 
@@ -75,14 +74,14 @@ TEST_F(ProgrammingTest, WritesProgressToTheProgressFile)
     EXPECT_EQ(result.callsOf({"fsync(p"}).size(), 124);
     EXPECT_EQ(result.callsOf({"fsync(p, 4)", "fsync(p, 250)"}).size(), 2);
 
-    ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
+    shell("mkfifo fifo");
     const std::string program = "--program-vimbra many.bin --progress-file fifo & ";
     EXPECT_EQ(run(program + "read line <fifo; wait $!").status, 0); // the reader goes away
 }
 
 TEST_F(ProgrammingTest, ConvertsAHexFileFirst)
 {
-    std::filesystem::create_directories(folder / "sub/usb");
+    shell("mkdir -p sub/usb");
     write("sub/usb/Fw.HEX", hexRows(0x08000000, data) + hexEnd);
     EXPECT_TRUE(run("--program-vimbra sub/usb/Fw.HEX")
                     .gave(head + "Converting hex file: sub/usb/Fw.HEX to binary\nProgress: 1\n"
@@ -95,6 +94,12 @@ TEST_F(ProgrammingTest, ConvertsAHexFileFirst)
     EXPECT_TRUE(isSame(read("volatile/Fw.HEX.bin"), image));
     write("bad.hex", hexRows(0x08000000, data));
     EXPECT_EQ(run("--program-vimbra bad.hex").callsOf({"open"}).size(), 0);
+    for (const char* obstacle : {"ln other", "ln -s ../other", "mkfifo"}) { // gives way
+        shell(std::string("echo old >other; rm volatile/*; ") + obstacle + " volatile/Fw.HEX.bin");
+        EXPECT_EQ(run("--program-vimbra sub/usb/Fw.HEX").status, 0) << obstacle;
+        EXPECT_TRUE(isSame(read("volatile/Fw.HEX.bin"), image)) << obstacle;
+        EXPECT_EQ(read("other"), "old\n") << obstacle;
+    }
 }
 
 TEST_F(ProgrammingTest, TellsTheKindOfAFileByItsExtension)
@@ -209,18 +214,17 @@ TEST_F(ProgrammingTest, OutlivesItsReaderAndItsTerminal)
     const std::string writes = "/dev/arm-program:write signal=";
     const std::string update = "--program-pic " + battery;
     const std::string leaving = " >fifo & read line <fifo; wait $!"; // behind the task's name
-    ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
+    shell("mkfifo fifo");
     const Rows<int, std::string, std::string, std::string> cases{
         {"image", 0, program, "",
-         "fw.bin:open signal=1\n" + writes + "1 signal=13\np:close signal=1"},
+         "fw.bin:open signal=1\n" + writes + "25 signal=13\np:close signal=1"},
         {"image, reader leaves", 0, program, leaving, ""},
         {"image, interrupted", endedBy(SIGINT), program, "", writes + "2"},
         {"image, ended", endedBy(SIGTERM), program, "", writes + "15"},
         {"HEX file", 0, "--program-vimbra fw.hex", "",
          "fw.hex:fopen signal=1\nfw.hex:close signal=13"},
         {"PIC", 0, update, "",
-         "/dev/arm-comms:open signal=1\nPic_Update_Comm_Tx signal=13\n/dev/arm-comms:close "
-         "signal=1"},
+         "/dev/arm-comms:open signal=1\nPic_Update_Comm_Tx signal=13 signal=25"},
         {"PIC, reader leaves", 0, update, leaving, ""},
         {"PIC, ended", endedBy(SIGTERM), update, "", "Pic_Update_Comm_Tx signal=15"},
         {"conversion", endedBy(SIGHUP), "--firmware-hex fw.hex", "", "fw.hex:fopen signal=1"},
@@ -241,7 +245,7 @@ TEST_F(ProgrammingTest, KeepsMessagesAwayFromDevicesAndFiles)
 {
     for (const std::string& arguments :
          {std::string("--program-vimbra fw.hex --progress-file p"), "--program-pic " + battery}) {
-        std::filesystem::remove(folder / "p");
+        shell("rm -f p");
         ASSERT_EQ(run(arguments).status, 0);
         const std::string trace = read("trace");
         const std::string progress = read("p");

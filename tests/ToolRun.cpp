@@ -60,33 +60,39 @@ constexpr const char* emulator = VIMBRA_EMULATOR;
 constexpr int timeLimit = 120; // seconds; sanitizers and emulators take time
 constexpr int timedOut = 124;  // the status that `timeout` gives
 
-/// A folder in memory, if there is one: the tool syncs what it writes, and a disk takes its time.
-std::filesystem::path findTemporaryFolder()
+/// In memory, if there is a place: the tool syncs what it writes, and a disk takes its time.
+std::string makeFolder()
 {
-    const std::filesystem::path memory = "/dev/shm";
-    return access(memory.c_str(), W_OK) == 0 ? memory : std::filesystem::path(testing::TempDir());
+    std::string path = access("/dev/shm", W_OK) == 0 ? "/dev/shm/" : testing::TempDir();
+    path += "vimbra-XXXXXX";
+    return mkdtemp(path.data()) != nullptr ? path : throw path;
 }
 
 } // namespace
 
-ToolTest::ToolTest() : folder(findTemporaryFolder() / ("vimbra-" + std::to_string(getpid())))
+ToolTest::ToolTest() : folder(makeFolder())
 {
-    std::filesystem::create_directories(folder / "volatile");
+    shell("mkdir volatile");
 }
 
 ToolTest::~ToolTest()
 {
-    std::filesystem::remove_all(folder);
+    shell("rm -r \"$PWD\"");
+}
+
+int ToolTest::shell(const std::string& command) const
+{
+    return std::system(("cd '" + folder + "' && " + command).c_str());
 }
 
 void ToolTest::write(const std::string& name, const std::string& content) const
 {
-    std::ofstream(folder / name, std::ios::binary) << content;
+    std::ofstream(folder + "/" + name, std::ios::binary) << content;
 }
 
 std::string ToolTest::read(const std::string& name) const
 {
-    std::ifstream file(folder / name, std::ios::binary);
+    std::ifstream file(folder + "/" + name, std::ios::binary);
     std::ostringstream content;
     content << file.rdbuf();
     return file.is_open() ? content.str() : "(no file)";
@@ -94,7 +100,7 @@ std::string ToolTest::read(const std::string& name) const
 
 ToolResult ToolTest::run(const std::string& arguments, const std::string& script) const
 {
-    std::filesystem::remove(folder / "trace");
+    write("trace", "");
     write("script", "set clock fast\n" + script);
     std::string command =
         "VIMBRA_SIM_SCRIPT=script VIMBRA_SIM_TRACE=trace VIMBRA_SIM_VOLATILE=volatile "
@@ -106,10 +112,8 @@ ToolResult ToolTest::run(const std::string& arguments, const std::string& script
     // A run that never ends is not to fill the disk.
     write("command", "ulimit -f 20000\n{ " + command + "; } >output 2>errors </dev/null\n");
     const std::string limits = "timeout --kill-after=5 " + std::to_string(timeLimit);
-    const int ended =
-        std::system(("cd '" + folder.string() + "' && " + limits + " sh command").c_str());
+    const int ended = shell(limits + " sh command");
     const int status = WIFSIGNALED(ended) ? endedBy(WTERMSIG(ended)) : WEXITSTATUS(ended);
     EXPECT_NE(status, timedOut) << command;
-    const std::string trace = read("trace");
-    return {read("output"), read("errors"), status, splitLines(trace == "(no file)" ? "" : trace)};
+    return {read("output"), read("errors"), status, splitLines(read("trace"))};
 }

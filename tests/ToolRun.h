@@ -1,6 +1,5 @@
 #pragma once
 
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
 #include <tuple>
@@ -50,12 +49,15 @@ protected:
     /// the simulated instrument reads; no pause is really waited for.
     ToolResult run(const std::string& arguments, const std::string& script = "") const;
 
+    /// The wait status of a command of the shell in the folder.
+    int shell(const std::string& command) const;
+
     void write(const std::string& name, const std::string& content) const;
 
     /// The content of a file, or "(no file)".
     std::string read(const std::string& name) const;
 
-    std::filesystem::path folder;
+    const std::string folder;
 };
 
 std::vector<std::string> splitLines(const std::string& text);
