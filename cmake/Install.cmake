@@ -42,6 +42,8 @@ endfunction()
 configure_file(packaging/changelog.in changelog @ONLY)
 
 install(TARGETS vimbra-tool COMPONENT tool)
+install(CODE "file(RPATH_REMOVE FILE
+    \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/vimbra-tool\")" COMPONENT tool)
 install_manual(tool vimbra-tool)
 install_joined(tool vimbra-tool ${completions} ${completion}/vimbra-tool)
 install_documents(tool vimbra-tool)

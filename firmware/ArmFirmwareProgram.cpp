@@ -4,11 +4,10 @@
 #include "app/HardwareShield.h"
 #include "app/Progress.h"
 #include "base/FileDescriptor.h"
-#include "base/Transfer.h"
-#include "firmware/ImageFormat.h"
 #include "firmware/ImageReader.h"
 #include "firmware/ImageWriter.h"
 #include "firmware/IntelHexParser.h"
+#include "firmware/Transfer.h"
 
 #include <algorithm>
 #include <cctype>
@@ -177,7 +176,6 @@ int ArmProgramTask::run()
     return -1;
 }
 
-/// Checks and sends one image. `progressStart` is in percent. Returns 0 or -1.
 int ArmProgramTask::programImage(const std::string& path, int progressStart) const
 {
     std::printf("Opening bin file: %s\n", path.c_str());
@@ -199,14 +197,15 @@ int ArmProgramTask::programImage(const std::string& path, int progressStart) con
     return sendPackets(image, device.get(), progress) ? 0 : -1;
 }
 
-/// Converts a HEX file and programs the resulting image, which is left behind. Returns 0 or -1.
 int ArmProgramTask::convertAndProgram(const std::string& hexPath) const
 {
     std::printf("Converting hex file: %s to binary\n", hexPath.c_str());
     reportProgress(conversionStart);
     ArmFirmwareTask conversion(hexPath, conversionDirectory);
+    // A link or FIFO of that name would lead elsewhere, and another run may be sending an image.
+    unlink(conversion.binPath.c_str());
     if (conversion.run() != 0) {
         return -1;
     }
-    return programImage(conversion.outputPath(), convertedProgressStart);
+    return programImage(conversion.binPath, convertedProgressStart);
 }

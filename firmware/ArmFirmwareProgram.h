@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/Task.h"
+#include "firmware/ImageFormat.h"
 
 #include <string>
 
@@ -19,12 +20,8 @@ public:
     /// one of the two files can't be opened.
     int run() override;
 
-    /// Path of the image that `run` writes.
-    const std::string& outputPath() const { return binPath; }
-
-private:
-    std::string hexPath;
-    std::string binPath;
+    const std::string hexPath;
+    const std::string binPath; ///< of the image that `run` writes
 };
 
 /// Programs the co-processor from a firmware image (".bin") or an Intel HEX file (".hex"), which it
@@ -41,9 +38,13 @@ public:
     /// throws.
     int run() override;
 
-private:
+    /// Checks and sends one image. `progressStart` is in percent. Returns 0 or -1.
     int programImage(const std::string& path, int progressStart) const;
+
+    /// Converts a HEX file and programs the resulting image, which is left behind. Whatever has the
+    /// image's name is removed before. Returns 0 or -1.
     int convertAndProgram(const std::string& hexPath) const;
 
+private:
     std::string imagePath; ///< as given: of an image or a HEX file
 };

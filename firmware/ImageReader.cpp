@@ -1,7 +1,7 @@
 #include "firmware/ImageReader.h"
 
 #include "base/Checksum.h"
-#include "base/Transfer.h"
+#include "firmware/Transfer.h"
 
 #include <cstdio>
 #include <fcntl.h>

@@ -91,9 +91,7 @@ void IntelHexParser::fillInputBuffer()
     inputLength += static_cast<std::uint32_t>(count);
 }
 
-/// Cuts the complete lines out of the input buffer and applies them, up to the end of the chunk.
-/// Characters in front of a line's colon are consumed with their line. Returns true when the chunk
-/// is complete or the end-of-file record has been met.
+/// Characters in front of a line's colon are consumed with their line.
 bool IntelHexParser::parseBufferedLines(std::uint8_t* chunk, std::uint32_t& chunkAddress,
                                         std::uint32_t& chunkBytes)
 {
@@ -175,7 +173,6 @@ IntelHexParser::Line IntelHexParser::findLine(const char* begin, const char* end
     return {colon, lineFeed + 1};
 }
 
-/// Decodes, checks and applies one line, from its colon through its line feed.
 void IntelHexParser::parseLine(const char* line, std::int32_t lineLength, std::uint8_t* chunk,
                                std::uint32_t& chunkAddress, std::uint32_t& chunkBytes)
 {

@@ -34,6 +34,19 @@ public:
     /// of them.
     bool readNextChunk(std::uint8_t* chunk, std::uint32_t& chunkAddress, std::uint32_t& chunkBytes);
 
+    /// Cuts the complete lines out of the input buffer and applies them, up to the end of the
+    /// chunk. Returns true when the chunk is complete or the end-of-file record has been met. For
+    /// `readNextChunk`, as are the next two.
+    bool parseBufferedLines(std::uint8_t* chunk, std::uint32_t& chunkAddress,
+                            std::uint32_t& chunkBytes);
+
+    /// Decodes, checks and applies one line, from its colon through its line feed.
+    void parseLine(const char* line, std::int32_t lineLength, std::uint8_t* chunk,
+                   std::uint32_t& chunkAddress, std::uint32_t& chunkBytes);
+
+    /// Decodes `pairs` pairs of hexadecimal digits into the current record; a line end stops it.
+    void hexToBytes(const char* text, std::uint32_t pairs);
+
 private:
     /// The chunk that is being filled; address and byte count are the caller's variables.
     struct Chunk {
@@ -47,12 +60,6 @@ private:
         const char* colon;
         const char* end; ///< behind the line feed
     };
-
-    bool parseBufferedLines(std::uint8_t* chunk, std::uint32_t& chunkAddress,
-                            std::uint32_t& chunkBytes);
-    void parseLine(const char* line, std::int32_t lineLength, std::uint8_t* chunk,
-                   std::uint32_t& chunkAddress, std::uint32_t& chunkBytes);
-    void hexToBytes(const char* text, std::uint32_t pairs);
 
     const char* decodePlainLine(const char* line, const char* end);
     void consume(std::ptrdiff_t count);
@@ -95,8 +102,7 @@ private:
     std::uint32_t upperAddress = 0; ///< last extended linear address, in the upper 16 bits
 };
 
-/// Decodes `pairs` pairs of hexadecimal digits into `recordBytes`; a line end stops it. It stands
-/// here because its exception names this file.
+// It stands here because its exception names this file.
 inline void IntelHexParser::hexToBytes(const char* text, std::uint32_t pairs)
 {
     if (text == nullptr || pairs > recordBytes.size()) {

@@ -4,14 +4,9 @@
 
 namespace lc {
 
-/// Exception type of the common library. Any operation of the library may throw one. The library
-/// defines the destructor, so that there is one type identity for the program and the library.
-class Exception : public std::exception {
-public:
-    ~Exception() override;
-
-    /// Text of the failure; valid as long as the object lives.
-    const char* what() const noexcept override;
-};
+/// Exception type of the common library. Any operation of the library may throw one, or a type
+/// derived from it; `what` gives the text. There is nothing in it that the library has to define,
+/// so that the program starts beside any build of the library.
+class Exception : public std::exception {};
 
 } // namespace lc

@@ -32,7 +32,7 @@ static_assert(sizeof(ArmRecordHeader) == 8);
 static_assert(offsetof(ArmRecordHeader, tag) == 0);
 static_assert(offsetof(ArmRecordHeader, length) == 4);
 
-/// Entry of GPS data and PIC replies.
+/// Entry of GPS data, Bluetooth data and PIC replies.
 struct DataEntry {
     std::int32_t length; ///< meaningful bytes in `data`; 0 or less: none
     std::array<std::uint8_t, 256> data;
@@ -41,48 +41,20 @@ static_assert(sizeof(DataEntry) == 260);
 static_assert(offsetof(DataEntry, length) == 0);
 static_assert(offsetof(DataEntry, data) == 4);
 
-/// The whole entries of a record's payload, for a range-based `for`. Each entry is copied out,
-/// since the block gives no alignment.
-template <class Entry>
-class ArmEntries {
-    static_assert(std::is_trivially_copyable_v<Entry>);
-
-public:
-    class Iterator {
-    public:
-        explicit Iterator(const std::byte* firstByte) : position(firstByte) {}
-
-        Entry operator*() const
-        {
-            Entry entry;
-            std::memcpy(&entry, position, sizeof(Entry));
-            return entry;
-        }
-
-        Iterator& operator++()
-        {
-            position += sizeof(Entry);
-            return *this;
-        }
-
-        bool operator==(const Iterator&) const = default;
-
-    private:
-        const std::byte* position;
-    };
-
-    explicit ArmEntries(std::span<const std::byte> payload)
-        : bytes(payload.first(payload.size() / sizeof(Entry) * sizeof(Entry)))
-    {
-    }
-
-    bool empty() const { return bytes.empty(); }
-    Iterator begin() const { return Iterator(bytes.data()); }
-    Iterator end() const { return Iterator(bytes.data() + bytes.size()); }
-
-private:
-    std::span<const std::byte> bytes;
+/// Entry of I2C data on /dev/arm-comms, which nobody consumes.
+struct I2cDataEntry {
+    std::uint32_t bus;
+    std::uint32_t addr; ///< of the device
+    std::uint32_t reg;
+    std::int32_t length; ///< meaningful bytes in `data`; 0 or less: none
+    std::array<std::uint8_t, 256> data;
 };
+static_assert(sizeof(I2cDataEntry) == 272);
+static_assert(offsetof(I2cDataEntry, bus) == 0);
+static_assert(offsetof(I2cDataEntry, addr) == 4);
+static_assert(offsetof(I2cDataEntry, reg) == 8);
+static_assert(offsetof(I2cDataEntry, length) == 12);
+static_assert(offsetof(I2cDataEntry, data) == 16);
 
 /// One record of a block: its tag and as much of its payload as lies inside the block.
 struct ArmRecord {
@@ -90,10 +62,19 @@ struct ArmRecord {
     std::span<const std::byte> payload;
     bool cutShort; ///< the record runs past the end of the block
 
-    template <class Entry>
-    ArmEntries<Entry> entries() const
+    /// Calls `handle` with each whole entry of the payload; each is copied out, since the block
+    /// gives no alignment. Returns whether there was one.
+    template <class Entry, class Handle>
+    bool forEach(Handle handle) const
     {
-        return ArmEntries<Entry>(payload);
+        static_assert(std::is_trivially_copyable_v<Entry>);
+        for (auto rest = payload; rest.size() >= sizeof(Entry);
+             rest = rest.subspan(sizeof(Entry))) {
+            Entry entry;
+            std::memcpy(&entry, rest.data(), sizeof(Entry));
+            handle(entry);
+        }
+        return payload.size() >= sizeof(Entry);
     }
 };
 

@@ -61,7 +61,6 @@ void ArmTtyTestTask::listen()
     }
 }
 
-/// Reads and prints what has arrived. Returns false only when the device is not open.
 bool ArmTtyTestTask::readBlock() const
 {
     if (fd == -1) {

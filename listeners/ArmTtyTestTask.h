@@ -10,9 +10,11 @@ public:
     /// Runs until the process is ended from outside. Returns -1 if the device can't be opened.
     int run() override;
 
+    /// Reads and prints what has arrived. Returns false only when the device is not open.
+    bool readBlock() const;
+
 private:
     void listen();
-    bool readBlock() const;
 
     int fd = -1;
 };

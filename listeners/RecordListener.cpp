@@ -1,22 +1,33 @@
 #include "listeners/RecordListener.h"
 
 #include "base/Readiness.h"
-#include "listeners/BlockDump.h"
 
 #include <array>
 #include <cstdio>
 #include <fcntl.h>
+#include <span>
 #include <unistd.h>
 
 namespace {
 constexpr useconds_t pauseMicroseconds = 100'000; // lets records gather into one block
 }
 
+void dumpBlock(const std::byte* block, std::size_t bytes)
+{
+    constexpr std::size_t bytesPerLine = 8;
+    std::printf("****************Maybe broken?: %i\n", static_cast<int>(bytes));
+    for (std::size_t i = 0; i < bytes; ++i) {
+        const bool endsLine = (i + 1) % bytesPerLine == 0;
+        std::printf(endsLine ? "%02x \n" : "%02x ", std::to_integer<unsigned int>(block[i]));
+    }
+    std::puts("\n*****************************************");
+}
+
 bool RecordListener::openDevice()
 {
-    fd = openForWaiting(channel.device, O_RDONLY | O_NONBLOCK);
+    fd = openForWaiting(device, O_RDONLY | O_NONBLOCK);
     if (fd == -1) {
-        std::printf("Failed openinig %s\n", channel.device);
+        std::printf("Failed openinig %s\n", device);
     }
     return fd != -1;
 }
@@ -41,7 +52,6 @@ int RecordListener::listen()
     return 0;
 }
 
-/// One read step. Returns false only when the device is not open.
 bool RecordListener::readBlock()
 {
     suspicious = false;
@@ -51,7 +61,7 @@ bool RecordListener::readBlock()
     std::array<std::byte, maxBlockSize> buffer;
     const ssize_t count = read(fd, buffer.data(), buffer.size());
     if (count < 0) {
-        std::perror(channel.readErrorText);
+        std::perror(readErrorText);
         return true;
     }
     const auto size = static_cast<std::size_t>(count);
@@ -59,30 +69,12 @@ bool RecordListener::readBlock()
         std::printf("Did not read enough bytes, only: %i\n", static_cast<int>(count));
         return true;
     }
-    handleRecords(std::span(buffer).first(size));
-    return true;
-}
-
-void RecordListener::handleRecords(std::span<const std::byte> block)
-{
-    ArmRecordWalk walk(block);
+    ArmRecordWalk walk(std::span<const std::byte>(buffer).first(size));
     while (const auto record = walk.next()) {
         handleRecord(*record);
     }
     if (suspicious) {
-        dumpBlock(block);
+        dumpBlock(buffer.data(), size);
     }
-}
-
-void RecordListener::handleRecord(const ArmRecord& record)
-{
-    for (const Handler& handler : channel.handlers) {
-        if (handler.tag == record.tag) {
-            handler.handle(*this, record);
-            return;
-        }
-    }
-    if (channel.handleUnknown != nullptr) {
-        channel.handleUnknown(record.tag);
-    }
+    return true;
 }

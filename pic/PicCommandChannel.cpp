@@ -19,15 +19,13 @@ constexpr int maxEmptyReads = 100; // in a row, while draining
 
 constexpr std::uint8_t upToDateStatus = 0xFE;
 
-PicUpdateErr checkEntries(const ArmEntries<DataEntry>& entries, PicResponseCheck check)
+/// The result of the first entry that is not accepted; those behind it are not looked at.
+PicUpdateErr checkEntries(const ArmRecord& record, PicResponseCheck check)
 {
-    for (const auto entry : entries) {
-        const PicUpdateErr result = check(entry);
-        if (result != PicErrNone) {
-            return result;
-        }
-    }
-    return PicErrNone;
+    PicUpdateErr result = PicErrNone;
+    record.forEach<DataEntry>(
+        [&](const DataEntry& entry) { result = result == PicErrNone ? check(entry) : result; });
+    return result;
 }
 
 /// A block without any PIC reply counts as accepted. A reply that was not received whole is bad
@@ -42,7 +40,7 @@ PicUpdateErr checkReplyBlock(std::span<const std::byte> block, PicResponseCheck 
         if (record->cutShort) {
             return PicErrBadData;
         }
-        const PicUpdateErr result = checkEntries(record->entries<DataEntry>(), check);
+        const PicUpdateErr result = checkEntries(*record, check);
         if (result != PicErrNone) {
             return result;
         }
@@ -109,7 +107,6 @@ bool PicCommandChannel::waitForPicResponse(PicResponseCheck check) const
     return result == PicErrNone;
 }
 
-/// Reads one reply block and applies the check to each PIC reply in it.
 PicUpdateErr PicCommandChannel::readPicResponses(PicResponseCheck check) const
 {
     std::array<std::byte, maxBlockSize> block;
@@ -125,7 +122,6 @@ PicUpdateErr PicCommandChannel::readPicResponses(PicResponseCheck check) const
     return checkReplyBlock(std::span(block).first(size), check);
 }
 
-/// Waits up to `seconds` for the device and reads once; `count` receives the result of the read.
 PicUpdateErr PicCommandChannel::readArmComm(std::byte* buffer, std::size_t size, int& count,
                                             int seconds) const
 {

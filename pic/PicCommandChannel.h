@@ -36,10 +36,17 @@ public:
                         lc::MoxArmControl::PicUpdateCmdType command,
                         std::span<std::uint8_t> payload, PicResponseCheck check) const;
 
-private:
+    /// Waits up to `seconds` for the device and reads once, at most `size` bytes; `count` receives
+    /// what the read returned.
     PicUpdateErr readArmComm(std::byte* buffer, std::size_t size, int& count, int seconds) const;
+
+    /// Reads one reply block and applies the check to each PIC reply in it, up to the first that is
+    /// not accepted.
     PicUpdateErr readPicResponses(PicResponseCheck check) const;
+
+    /// Returns whether the reply was accepted; prints why it was not. `Cmd` is `PicCmdNone` then.
     bool waitForPicResponse(PicResponseCheck check) const;
 
+private:
     FileDescriptor ArmCommFd;
 };

@@ -3,7 +3,7 @@
 #include "app/HardwareShield.h"
 #include "pic/GpsPicCheck.h"
 #include "pic/PicDevice.h"
-#include "pic/PicFileLook.h"
+#include "pic/PicFileCheck.h"
 #include "pic/PicFileName.h"
 #include "pic/PicGlobals.h"
 #include "pic/PicUpdate.h"
@@ -39,8 +39,6 @@ int PicFirmwareTask::updateFromFile()
     return runForDevice();
 }
 
-/// Fills in device and versions from the file's name and opens the file. The debugging device has
-/// none.
 bool PicFirmwareTask::checkFileName()
 {
     std::puts("Checking File Name");
@@ -97,8 +95,6 @@ int PicFirmwareTask::updateIfNeeded(const PicDevice& target)
 
 int PicFirmwareTask::updatePic(const PicDevice& target)
 {
-    if (!lookThroughPicFile(firmwareFile.get(), target)) {
-        return -1;
-    }
-    return PicUpdate({channel, target, versions, firmwareFile.get(), lineCounter}).run();
+    const auto lines = readCheckedPicFile(firmwareFile.get(), target);
+    return lines ? PicUpdate({channel, target, versions, *lines, lineCounter}).run() : -1;
 }

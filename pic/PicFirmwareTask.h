@@ -25,9 +25,13 @@ public:
     /// process survives its reader and its terminal.
     int run() override;
 
+    /// Fills in device and versions from the file's name and opens the file, which the debugging
+    /// device does not have. Prints what was found. Returns false if the name is not understood or
+    /// the file can't be opened.
+    bool checkFileName();
+
 private:
     int updateFromFile();
-    bool checkFileName();
     int runForDevice();
     int updateIfNeeded(const PicDevice& target);
     int updatePic(const PicDevice& target);

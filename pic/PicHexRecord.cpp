@@ -58,8 +58,7 @@ std::uint16_t PicHexRecord::offset() const
     return readBigEndian16(&bytes[intelHexAddressOffset]);
 }
 
-std::span<const std::uint8_t> PicHexRecord::dataBytes() const
+std::span<const std::uint8_t> PicHexRecord::dataAndChecksum() const
 {
-    const auto decoded = std::span(bytes).first(static_cast<std::size_t>(count));
-    return decoded.first(decoded.size() - intelHexChecksumSize).subspan(intelHexDataOffset);
+    return std::span(bytes).first(static_cast<std::size_t>(count)).subspan(intelHexDataOffset);
 }

@@ -3,9 +3,11 @@
 #include "base/IntelHex.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
+inline constexpr std::size_t maxPicLineLength = 200; ///< characters, the line feed included
 inline constexpr int maxPicRecordBytes = 100;
 
 /// Decodes a NUL-terminated line of a PIC HEX file, `length` characters long, into at most `max`
@@ -30,9 +32,9 @@ public:
     /// The 16-bit load offset.
     std::uint16_t offset() const;
 
-    /// The data bytes that were decoded, all but the last byte behind the header: that is the
-    /// checksum. For lines that are not too short.
-    std::span<const std::uint8_t> dataBytes() const;
+    /// The bytes that were decoded behind the header: data, then the checksum. For lines that are
+    /// not too short.
+    std::span<const std::uint8_t> dataAndChecksum() const;
 
 private:
     std::array<std::uint8_t, maxPicRecordBytes> bytes{};

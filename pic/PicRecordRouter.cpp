@@ -10,11 +10,11 @@ namespace {
 constexpr std::uint32_t lowMemory = 0;
 constexpr std::uint32_t configurationArea = 0x30;
 
+/// The two address bytes count wherever they are, whatever the byte count and the checksum are.
 std::uint32_t readUpperAddress(const PicHexRecord& record)
 {
-    const auto bytes = record.dataBytes();
-    if (record.announcedLength() < extendedLinearAddressSize ||
-        bytes.size() < extendedLinearAddressSize) {
+    const auto bytes = record.dataAndChecksum();
+    if (bytes.size() < extendedLinearAddressSize) {
         throw "Extended address record without an address";
     }
     return std::uint32_t{readBigEndian16(bytes.data())} << 16;
@@ -23,8 +23,8 @@ std::uint32_t readUpperAddress(const PicHexRecord& record)
 std::span<const std::uint8_t> readData(const PicHexRecord& record)
 {
     const std::size_t length = record.announcedLength();
-    const auto bytes = record.dataBytes();
-    if (length > bytes.size()) {
+    const auto bytes = record.dataAndChecksum();
+    if (length + intelHexChecksumSize > bytes.size()) {
         throw "Fewer data bytes in line than its byte count says";
     }
     return bytes.first(length);
@@ -41,10 +41,10 @@ RoutedPicRecord PicRecordRouter::route(const PicHexRecord& record)
     case IntelHexType::data:
         return routeData(record);
     case IntelHexType::endOfFile: // the file is read on until it ends itself
-        return {PicRecordRoute::pass};
+        return {PicRecordRoute::endOfFile};
     case IntelHexType::extendedLinearAddress:
         upperAddress = readUpperAddress(record);
-        return {PicRecordRoute::pass};
+        return {PicRecordRoute::extendAddress};
     default:
         return {PicRecordRoute::reportType};
     }

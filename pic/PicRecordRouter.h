@@ -12,8 +12,9 @@ inline constexpr std::size_t picConfigurationSize = 14; ///< bytes that a PIC ta
 /// What is to be done with a record of a PIC HEX file.
 enum class PicRecordRoute {
     reportTooShort,
-    reportType,        ///< one of the types that mean nothing to a PIC
-    pass,              ///< it holds no data
+    reportType, ///< one of the types that mean nothing to a PIC
+    endOfFile,
+    extendAddress,
     skipData,          ///< the device does not take them, or there are none
     addRow,            ///< to the program
     sendConfiguration, ///< the first 14 bytes of the data

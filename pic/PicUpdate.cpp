@@ -2,7 +2,6 @@
 
 #include "app/AppException.h"
 #include "base/BigEndian.h"
-#include "pic/PicHexReader.h"
 
 #include <algorithm>
 
@@ -52,13 +51,7 @@ bool PicUpdate::sendProgram()
 
 bool PicUpdate::sendRecords()
 {
-    PicHexReader reader(job.firmwareFile);
-    while (const auto record = reader.next()) {
-        if (!handleRecord(*record)) {
-            return false;
-        }
-    }
-    return true;
+    return job.lines.forEach([this](const char* line) { return handleRecord(PicHexRecord(line)); });
 }
 
 bool PicUpdate::handleRecord(const PicHexRecord& record)
@@ -71,7 +64,8 @@ bool PicUpdate::handleRecord(const PicHexRecord& record)
     case PicRecordRoute::reportType:
         std::printf("Not doing anything with line type %d\n", record.type());
         return true;
-    case PicRecordRoute::pass:
+    case PicRecordRoute::endOfFile:
+    case PicRecordRoute::extendAddress:
         return true;
     case PicRecordRoute::skipData:
         break;

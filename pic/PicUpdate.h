@@ -3,24 +3,24 @@
 #include "pic/PicCommandChannel.h"
 #include "pic/PicDataBlock.h"
 #include "pic/PicDevice.h"
+#include "pic/PicHexLines.h"
 #include "pic/PicHexRecord.h"
 #include "pic/PicRecordRouter.h"
 
 #include <array>
 #include <cstdint>
-#include <cstdio>
 #include <span>
 
 /// One update of a PIC: begin, versions, the records of the HEX file, end of data, finish. The
 /// first failure ends it, with nothing more sent.
 class PicUpdate {
 public:
-    /// What is sent where. The channel and the file are open.
+    /// What is sent where. The channel is open.
     struct Job {
         const PicCommandChannel& channel;
         const PicDevice& device;
         std::array<std::uint16_t, 3> versions;
-        std::FILE* firmwareFile;
+        const PicHexLines& lines;
         std::int32_t& lineCounter; ///< data records and rejected lines handled so far
     };
 

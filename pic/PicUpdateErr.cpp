@@ -1,41 +1,27 @@
 #include "pic/PicUpdateErr.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdio>
 
 void printPicUpdateErr(PicUpdateErr code)
 {
+    static constexpr std::array texts{
+        "Didn't get a response.",
+        "Didn't get a response len.",
+        "Bad Data Error.",
+        "Update or Response Err.",
+        "File Read Error.",
+        "Timed out waiting for ARM Comm FD.",
+        "Error waiting for ARM Comm FD.",
+        "ArmCommFd not opened.",
+        "PIC version already up-to-date or newer.",
+    };
+    static_assert(texts.size() == PicErrUpToDate);
     std::printf("PicUpdateErr: ");
-    switch (code) {
-    case PicErrNoResponse:
-        std::puts("Didn't get a response.");
-        return;
-    case PicErrNoResponseLen:
-        std::puts("Didn't get a response len.");
-        return;
-    case PicErrBadData:
-        std::puts("Bad Data Error.");
-        return;
-    case PicErrUpdateOrResponse:
-        std::puts("Update or Response Err.");
-        return;
-    case PicErrFileRead:
-        std::puts("File Read Error.");
-        return;
-    case PicErrTimeout:
-        std::puts("Timed out waiting for ARM Comm FD.");
-        return;
-    case PicErrWait:
-        std::puts("Error waiting for ARM Comm FD.");
-        return;
-    case PicErrNotOpened:
-        std::puts("ArmCommFd not opened.");
-        return;
-    case PicErrUpToDate:
-        std::puts("PIC version already up-to-date or newer.");
-        return;
-    case PicErrNone:
-    default:
+    if (code >= PicErrNoResponse && code <= PicErrUpToDate) {
+        std::puts(texts[static_cast<std::size_t>(code - PicErrNoResponse)]);
+    } else {
         std::printf("Unknown Error %d.\n", code);
-        return;
     }
 }

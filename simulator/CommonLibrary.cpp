@@ -98,13 +98,6 @@ void reportGlobals()
 
 namespace lc {
 
-Exception::~Exception() = default;
-
-const char* Exception::what() const noexcept
-{
-    return "lc::Exception";
-}
-
 std::string MoxArmControl::GetVimbraSwVersion()
 {
     const Operation call("GetVimbraSwVersion");

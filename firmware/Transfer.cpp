@@ -1,4 +1,4 @@
-#include "base/Transfer.h"
+#include "firmware/Transfer.h"
 
 #include <cerrno>
 #include <cstdio>
