@@ -1,19 +1,15 @@
 #pragma once
 
-#include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <string_view>
-#include <sys/mman.h>
-#include <unistd.h>
 #include <utility>
 
 // What the fuzz targets share. They hold the tool against rules that every result has to keep, or
 // against a second reading of its input that is as plain as it can be, without the tool's own code.
 
+/// A target, which returns 0. Where there is no fuzzer, each has a name of its own instead.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 inline std::string toText(const void* data, std::size_t size)
@@ -21,13 +17,14 @@ inline std::string toText(const void* data, std::size_t size)
     return {static_cast<const char*>(data), size};
 }
 
-/// The value of the two hexadecimal digits in front, or -1.
-inline int plainPair(std::string_view text)
+/// The value of the two hexadecimal digits at `place`, or -1.
+inline int plainPair(const std::string& text, std::size_t place)
 {
-    constexpr std::string_view digits = "0123456789abcdef0123456789ABCDEF";
-    const std::size_t high = digits.find(text[0]);
-    const std::size_t low = digits.find(text[1]);
-    return std::max(high, low) == digits.npos ? -1 : static_cast<int>(high % 16 * 16 + low % 16);
+    const std::string digits = "0123456789abcdef0123456789ABCDEF";
+    const std::size_t high = digits.find(text[place]);
+    const std::size_t low = digits.find(text[place + 1]);
+    return high == digits.npos || low == digits.npos ? -1
+                                                     : static_cast<int>(high % 16 * 16 + low % 16);
 }
 
 /// Ends the process, after showing the rule, if it is broken.
@@ -39,38 +36,16 @@ inline void expect(bool isKept, const char* rule)
     }
 }
 
-inline void expectSame(const std::string& actual, const std::string& expected)
-{
-    expect(actual == expected, (expected + "\n--- but\n" + actual).c_str());
-}
-
-/// What `run` prints on the stream.
+/// What `run` prints on standard output.
 template <class Function>
-std::string capture(std::FILE*& stream, Function run)
+std::string capture(Function run)
 {
     char* text = nullptr;
     std::size_t size = 0;
-    std::FILE* const original = std::exchange(stream, open_memstream(&text, &size));
+    std::FILE* const original = std::exchange(stdout, open_memstream(&text, &size));
     run();
-    std::fclose(std::exchange(stream, original));
+    std::fclose(std::exchange(stdout, original));
     std::string printed(text, size);
     std::free(text);
     return printed;
 }
-
-/// A file in memory that has a path.
-class MemoryFile {
-public:
-    std::string path() const { return "/proc/self/fd/" + std::to_string(fd); }
-
-    void write(const std::string& text) const
-    {
-        expect(ftruncate(fd, 0) == 0 && pwrite(fd, text.data(), text.size(), 0) != -1, "written");
-    }
-
-private:
-    int fd = memfd_create("fuzz", MFD_CLOEXEC);
-};
-
-/// What each device delivers from now on. Devices are always ready, and pauses take no time.
-void deliver(const std::string& block);

@@ -3,38 +3,47 @@
 #include "pic/PicFileName.h"
 #include "fuzz/FuzzTarget.h"
 
-#include <regex>
+using lc::MoxArmControl;
+using Text = std::optional<std::string>;
 
 namespace {
 
-const std::string versions = "[^]*?user_([^_]*)_([^_]*)_([^]*)";
+/// What stands behind the first `token`.
+Text behind(const Text& text, const std::string& token)
+{
+    const std::size_t place = text ? text->find(token) : std::string::npos;
+    return place == std::string::npos ? Text() : text->substr(place + token.size());
+}
 
-/// The token of each device, in the order in which they are looked for, and its versions.
-const std::tuple<lc::MoxArmControl::PicUpdateDevType, std::string, std::string> plainDevices[]{
-    {lc::MoxArmControl::PicDevKt4100Gps, "kt4100_gps", "[^]*?_v([^_]*)(?:_([^_]*))?(?:_([^]*))?"},
-    {lc::MoxArmControl::PicDevOrvelBat, "orvel_[^]*?base_", versions},
-    {lc::MoxArmControl::PicDevOrvelShoe, "orvel_[^]*?interface_", versions},
-    {lc::MoxArmControl::PicDevOrvelCharger, "orvel_[^]*?charger_", versions},
-};
+std::uint16_t number(const Text& text)
+{
+    return static_cast<std::uint16_t>(text ? std::atol(text->c_str()) : 0);
+}
 
 std::optional<PicFileName> plainFileName(const std::string& name)
 {
-    if (name == "&*%PROBE&*%") {
-        return PicFileName{lc::MoxArmControl::PicDevDebugging, {}};
-    }
-    std::smatch match;
-    const auto version = [&](std::size_t i) {
-        return static_cast<std::uint16_t>(std::strtol(match[i].str().c_str(), nullptr, 10));
+    struct Device { // in the order in which they are looked for
+        MoxArmControl::PicUpdateDevType code;
+        const char *family, *token, *versions;
     };
-    for (const auto& [device, token, rest] : plainDevices) {
-        if (std::regex_search(name, std::regex(token))) {
-            return name.find(".hex") != std::string::npos &&
-                           std::regex_search(name, match, std::regex(token + rest))
-                       ? std::optional(PicFileName{device, {version(1), version(2), version(3)}})
+    for (const auto& [code, family, token, versions] :
+         {Device{MoxArmControl::PicDevKt4100Gps, "", "kt4100_gps", "_v"},
+          Device{MoxArmControl::PicDevOrvelBat, "orvel_", "base_", "user_"},
+          Device{MoxArmControl::PicDevOrvelShoe, "orvel_", "interface_", "user_"},
+          Device{MoxArmControl::PicDevOrvelCharger, "orvel_", "charger_", "user_"}}) {
+        if (const Text rest = behind(behind(name, family), token)) {
+            const Text first = behind(rest, versions);
+            const Text second = behind(first, "_");
+            const Text third = behind(second, "_");
+            const Text& last = code == MoxArmControl::PicDevKt4100Gps ? first : third;
+            return last && behind(name, ".hex")
+                       ? std::optional(
+                             PicFileName{code, {number(first), number(second), number(third)}})
                        : std::nullopt;
         }
     }
-    return std::nullopt;
+    return name == "&*%PROBE&*%" ? std::optional(PicFileName{MoxArmControl::PicDevDebugging, {}})
+                                 : std::nullopt;
 }
 
 } // namespace

@@ -159,7 +159,7 @@ TEST_F(PicUpdateTest, SendsWhatTheFileHolds)
 
 TEST_F(PicUpdateTest, WaitsForEachAnswer)
 {
-    update(gps, hexRows(0x800, row), "set globals shown\nset gps-mode 2\nset gps-version 7\n");
+    update(gps, hexRows(0x800, row) + hexEnd, "set globals shown\nset gps-mode 2\nset gps-version 7\n");
     EXPECT_EQ(result.callsOf({"open", "fopen", "select", "read(/dev", "close(/dev"}),
               splitLines("open(/dev/arm-comms, 2048) = 0\nselect(/dev/arm-comms, 0.000000) = 0\n"
                          "fopen(kt4100_gps_v8.hex, r) = 0\n" +
