@@ -17,16 +17,6 @@ inline std::string toText(const void* data, std::size_t size)
     return {static_cast<const char*>(data), size};
 }
 
-/// The value of the two hexadecimal digits at `place`, or -1.
-inline int plainPair(const std::string& text, std::size_t place)
-{
-    const std::string digits = "0123456789abcdef0123456789ABCDEF";
-    const std::size_t high = digits.find(text[place]);
-    const std::size_t low = digits.find(text[place + 1]);
-    return high == digits.npos || low == digits.npos ? -1
-                                                     : static_cast<int>(high % 16 * 16 + low % 16);
-}
-
 /// Ends the process, after showing the rule, if it is broken.
 inline void expect(bool isKept, const char* rule)
 {

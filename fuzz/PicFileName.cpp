@@ -3,6 +3,8 @@
 #include "pic/PicFileName.h"
 #include "fuzz/FuzzTarget.h"
 
+#include <tuple>
+
 using lc::MoxArmControl;
 using Text = std::optional<std::string>;
 
@@ -20,30 +22,27 @@ std::uint16_t number(const Text& text)
     return static_cast<std::uint16_t>(text ? std::atol(text->c_str()) : 0);
 }
 
+using Device = std::tuple<MoxArmControl::PicUpdateDevType, const char*, const char*, const char*>;
+
 std::optional<PicFileName> plainFileName(const std::string& name)
 {
-    struct Device { // in the order in which they are looked for
-        MoxArmControl::PicUpdateDevType code;
-        const char *family, *token, *versions;
-    };
-    for (const auto& [code, family, token, versions] :
+    for (const auto& [code, family, token, versions] : // in the order in which they are looked for
          {Device{MoxArmControl::PicDevKt4100Gps, "", "kt4100_gps", "_v"},
           Device{MoxArmControl::PicDevOrvelBat, "orvel_", "base_", "user_"},
           Device{MoxArmControl::PicDevOrvelShoe, "orvel_", "interface_", "user_"},
           Device{MoxArmControl::PicDevOrvelCharger, "orvel_", "charger_", "user_"}}) {
-        if (const Text rest = behind(behind(name, family), token)) {
-            const Text first = behind(rest, versions);
-            const Text second = behind(first, "_");
-            const Text third = behind(second, "_");
-            const Text& last = code == MoxArmControl::PicDevKt4100Gps ? first : third;
-            return last && behind(name, ".hex")
-                       ? std::optional(
-                             PicFileName{code, {number(first), number(second), number(third)}})
-                       : std::nullopt;
+        const Text first = behind(behind(behind(name, family), token), versions);
+        const Text second = behind(first, "_");
+        const Text third = behind(second, "_");
+        const bool isNamed = (code == MoxArmControl::PicDevKt4100Gps ? first : third).has_value();
+        if (isNamed && behind(name, ".hex")) {
+            return PicFileName{code, {number(first), number(second), number(third)}};
+        }
+        if (behind(behind(name, family), token)) {
+            return std::nullopt;
         }
     }
-    return name == "&*%PROBE&*%" ? std::optional(PicFileName{MoxArmControl::PicDevDebugging, {}})
-                                 : std::nullopt;
+    return std::nullopt;
 }
 
 } // namespace
@@ -53,7 +52,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     std::string path = toText(data, size);
     path = path.substr(0, path.find('\0'));
     const auto name = parsePicFileName(path);
-    const auto plain = plainFileName(path.substr(0, 199));
+    const auto plain = path == "&*%PROBE&*%" ? PicFileName{MoxArmControl::PicDevDebugging, {}}
+                                             : plainFileName(path.substr(0, 199));
     expect(name.has_value() == plain.has_value() &&
                (!name || (name->device == plain->device && name->versions == plain->versions)),
            path.c_str());

@@ -22,7 +22,7 @@ std::string plainLine(const std::string& line, std::size_t most)
     }
     std::string bytes;
     for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-        bytes += static_cast<char>(plainPair(digits, i));
+        bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
     }
     return bytes;
 }

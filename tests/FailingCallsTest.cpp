@@ -137,7 +137,7 @@ protected:
     {
         SCOPED_TRACE("killed behind " + good.calls[number - 1]);
         const ToolResult result = runAnew(std::to_string(number) + " kill");
-        EXPECT_EQ(result.status, endedBy(SIGKILL));
+        EXPECT_EQ(result.status, endedBy + SIGKILL);
         EXPECT_EQ(result.calls.size(), number);
         EXPECT_TRUE(isPrefix(sentIn(result.calls), sentIn(good.calls)));
         expectSound(result);

@@ -62,6 +62,86 @@ std::string imageOf(const Chunks& chunks, bool isComplete)
     return isComplete ? image + imagePacket(0xFEED001C, 0, 0, "") : image;
 }
 
+std::string replaced(std::string text, const std::string& old, const std::string& replacement)
+{
+    for (std::size_t i = 0; (i = text.find(old, i)) != text.npos; i += replacement.size()) {
+        text.replace(i, old.size(), replacement);
+    }
+    return text;
+}
+
+const std::string done = "Program bytes written: 1024. Finishing file...\n";
+const std::string done2 = "Program bytes written: 2048. Finishing file...\n";
+const std::string remaining = "Using remaining data from last line\n";
+const std::string crossing = "Write is crossing chunks\n" + remaining;
+const std::string jump = "This write has jumped too far beyond our chunk.\n";
+const std::string unaligned = caught + "Invalid line address\n";
+const std::string backwards = "Address moved backwards\nParse Error on line: 4\n" + caught +
+                              "Not currently handled backward jumping\n";
+const std::string noData = "No actual program data in file\n";
+const std::string noEnd = caught + "No more input data and end marker not located\n";
+const std::string twice = caught + "Invalid file: Encountered ':' at least twice\n";
+const std::string noRoom =
+    caught + "Failed parsing any data lines and now out of buffer room. aborting\n";
+const std::string handled = "Already handled SLAR: :040000\n";
+const std::string entry = hexRecord(5, 0, "\x08\x02\x01\x31");
+const std::string gap(16, '\xFF');
+const auto at = [](std::uint32_t address) { return hexRows(address, sixteen) + hexEnd; };
+const auto behind = [](unsigned int offset) { return row + hexRecord(0, offset, sixteen); };
+
+/// Texts of files, what is printed, and the chunks of the image.
+const Rows<std::string, std::string, Chunks> conversions{
+    {"rows of 16 bytes", rows + hexEnd, done2, both},
+    {"rows of 2", hexRows(start, data, 2) + hexEnd, done2, both},
+    {"rows of 24", hexRows(start, data, 24) + hexEnd, crossing + done2, both},
+    {"rows of 255", hexRows(start, data, 255) + hexEnd, crossing + done2, both},
+    {"a character too many", replaced(rows + hexEnd, "\n", "0\n"), done2, both},
+    {"blanks and CR", replaced(rows + hexEnd, "\n", " \r\n"), done2, both},
+    {"text in front and lower case", "x:020000040800f2\nx" + replaced(rows, "\n", "\nx") + hexEnd,
+     done2, both},
+    {"text behind the end", rows + hexEnd + "::\n", done2, both},
+    {"over a border of 64 KiB",
+     hexRows(0x0800FC00, data) + hexEnd,
+     done2,
+     {{0x0800FC00, first}, {0x08010000, both[1].second}}},
+    {"the last chunk of all", hexRows(0xFFFFFC00, first) + hexEnd, done, {{0xFFFFFC00, first}}},
+    {"no extended address", hexRecord(0, 0x410, sixteen) + hexEnd, done, {{0x410, sixteen}}},
+    {"in another order",
+     behind(32) + hexRecord(0, 16, gap) + hexEnd,
+     done,
+     {{start, sixteen + gap + sixteen}}},
+    {"a gap", behind(32) + hexEnd, done, {{start, sixteen + gap + sixteen}}},
+    {"a gap in a full chunk",
+     behind(0x3F0) + hexEnd,
+     unaligned,
+     {{start, sixteen + std::string(0x3E0, '\xFF') + sixteen}}},
+    {"a jump", row + at(next), jump + remaining + done2, {one[0], {next, sixteen}}},
+    {"a far jump", row + at(0x87FFFC00), jump + remaining + done2, {one[0], {0x87FFFC00, sixteen}}},
+    {"2 GiB", row + at(0x88000000), backwards, {}},
+    {"backwards", row + at(start - 16), backwards, {}},
+    {"an unaligned jump", behind(0x410) + hexEnd, jump + unaligned, one},
+    {"unaligned", hexRows(start + 16, first) + hexEnd, unaligned, {{start + 16, first}}},
+    {"an empty record takes nothing back", row + hexRecord(0, 0, "") + hexEnd, done, one},
+    {"an empty record", hexRecord(0, 0, "") + hexEnd, noData, {}},
+    {"an end with data", row + hexRecord(1, 0x1234, "xy"), done, one},
+    {"only an end", hexEnd, noData, {}},
+    {"nothing", "", noEnd, {}},
+    {"no end", rows + row.substr(0, row.size() - 1), noEnd, both},
+    {"an end without a line feed", ":00000001FF", noEnd, {}},
+    {"an entry point last", row + entry + hexEnd, handled + done, one},
+    {"entry points first", entry + entry + row + hexEnd, handled + done, one},
+    {"a further one of 5 bytes", row + hexRecord(5, 0xABCD, "12345") + hexEnd,
+     "Already handled SLAR: :05abcd\n" + done, one},
+    {"one of 3 bytes",
+     hexRecord(5, 0, "123"),
+     "Parse Error on line: 1\n" + caught + "Invalid data\n",
+     {}},
+    {"two colons", row + ":" + hexEnd, "Parse Error on line: 2\n" + twice, {}},
+    {"two colons, not read to the end", "::", "Parse Error on line: 0\n" + twice, {}},
+    {"a line that fits", std::string(4096 - hexEnd.size(), 'x') + hexEnd, noData, {}},
+    {"a longer line", std::string(4097 - hexEnd.size(), 'x') + hexEnd, noRoom, {}},
+};
+
 class HexConversionTest : public ToolTest {
 protected:
     /// Converts a HEX text and expects this output behind the task's name, the status that goes
@@ -83,89 +163,9 @@ protected:
     }
 };
 
-std::string replaced(std::string text, const std::string& old, const std::string& replacement)
-{
-    for (std::size_t i = 0; (i = text.find(old, i)) != text.npos; i += replacement.size()) {
-        text.replace(i, old.size(), replacement);
-    }
-    return text;
-}
-
 TEST_F(HexConversionTest, PlacesWhatTheFileSays)
 {
-    const std::string done = "Program bytes written: 1024. Finishing file...\n";
-    const std::string done2 = "Program bytes written: 2048. Finishing file...\n";
-    const std::string remaining = "Using remaining data from last line\n";
-    const std::string crossing = "Write is crossing chunks\n" + remaining;
-    const std::string jump = "This write has jumped too far beyond our chunk.\n";
-    const std::string unaligned = caught + "Invalid line address\n";
-    const std::string backwards = "Address moved backwards\nParse Error on line: 4\n" + caught +
-                                  "Not currently handled backward jumping\n";
-    const std::string noData = "No actual program data in file\n";
-    const std::string noEnd = caught + "No more input data and end marker not located\n";
-    const std::string twice = caught + "Invalid file: Encountered ':' at least twice\n";
-    const std::string noRoom =
-        caught + "Failed parsing any data lines and now out of buffer room. aborting\n";
-    const std::string handled = "Already handled SLAR: :040000\n";
-    const std::string entry = hexRecord(5, 0, "\x08\x02\x01\x31");
-    const std::string gap(16, '\xFF');
-    const auto at = [](std::uint32_t address) { return hexRows(address, sixteen) + hexEnd; };
-    const auto behind = [](unsigned int offset) { return row + hexRecord(0, offset, sixteen); };
-    const Rows<std::string, std::string, Chunks> cases{
-        {"rows of 16 bytes", rows + hexEnd, done2, both},
-        {"rows of 2", hexRows(start, data, 2) + hexEnd, done2, both},
-        {"rows of 24", hexRows(start, data, 24) + hexEnd, crossing + done2, both},
-        {"rows of 255", hexRows(start, data, 255) + hexEnd, crossing + done2, both},
-        {"a character too many", replaced(rows + hexEnd, "\n", "0\n"), done2, both},
-        {"blanks and CR", replaced(rows + hexEnd, "\n", " \r\n"), done2, both},
-        {"text in front and lower case",
-         "x:020000040800f2\nx" + replaced(rows, "\n", "\nx") + hexEnd, done2, both},
-        {"text behind the end", rows + hexEnd + "::\n", done2, both},
-        {"over a border of 64 KiB",
-         hexRows(0x0800FC00, data) + hexEnd,
-         done2,
-         {{0x0800FC00, first}, {0x08010000, both[1].second}}},
-        {"the last chunk of all", hexRows(0xFFFFFC00, first) + hexEnd, done, {{0xFFFFFC00, first}}},
-        {"no extended address", hexRecord(0, 0x410, sixteen) + hexEnd, done, {{0x410, sixteen}}},
-        {"in another order",
-         behind(32) + hexRecord(0, 16, gap) + hexEnd,
-         done,
-         {{start, sixteen + gap + sixteen}}},
-        {"a gap", behind(32) + hexEnd, done, {{start, sixteen + gap + sixteen}}},
-        {"a gap in a full chunk",
-         behind(0x3F0) + hexEnd,
-         unaligned,
-         {{start, sixteen + std::string(0x3E0, '\xFF') + sixteen}}},
-        {"a jump", row + at(next), jump + remaining + done2, {one[0], {next, sixteen}}},
-        {"a far jump",
-         row + at(0x87FFFC00),
-         jump + remaining + done2,
-         {one[0], {0x87FFFC00, sixteen}}},
-        {"2 GiB", row + at(0x88000000), backwards, {}},
-        {"backwards", row + at(start - 16), backwards, {}},
-        {"an unaligned jump", behind(0x410) + hexEnd, jump + unaligned, one},
-        {"unaligned", hexRows(start + 16, first) + hexEnd, unaligned, {{start + 16, first}}},
-        {"an empty record takes nothing back", row + hexRecord(0, 0, "") + hexEnd, done, one},
-        {"an empty record", hexRecord(0, 0, "") + hexEnd, noData, {}},
-        {"an end with data", row + hexRecord(1, 0x1234, "xy"), done, one},
-        {"only an end", hexEnd, noData, {}},
-        {"nothing", "", noEnd, {}},
-        {"no end", rows + row.substr(0, row.size() - 1), noEnd, both},
-        {"an end without a line feed", ":00000001FF", noEnd, {}},
-        {"an entry point last", row + entry + hexEnd, handled + done, one},
-        {"entry points first", entry + entry + row + hexEnd, handled + done, one},
-        {"a further one of 5 bytes", row + hexRecord(5, 0xABCD, "12345") + hexEnd,
-         "Already handled SLAR: :05abcd\n" + done, one},
-        {"one of 3 bytes",
-         hexRecord(5, 0, "123"),
-         "Parse Error on line: 1\n" + caught + "Invalid data\n",
-         {}},
-        {"two colons", row + ":" + hexEnd, "Parse Error on line: 2\n" + twice, {}},
-        {"two colons, not read to the end", "::", "Parse Error on line: 0\n" + twice, {}},
-        {"a line that fits", std::string(4096 - hexEnd.size(), 'x') + hexEnd, noData, {}},
-        {"a longer line", std::string(4097 - hexEnd.size(), 'x') + hexEnd, noRoom, {}},
-    };
-    for (const auto& [what, hex, printed, chunks] : cases) {
+    for (const auto& [what, hex, printed, chunks] : conversions) {
         SCOPED_TRACE(what);
         expectConversion(hex, printed, chunks);
     }

@@ -43,7 +43,7 @@ std::string repeat(std::size_t count, const std::string& text)
 std::string block(const char* command, const std::string& address, const std::string& rows)
 {
     const std::string bytes = fromHex(address) + rows;
-    return command + toHex(bytes + static_cast<char>(checksumOf(bytes)));
+    return command + toHex(bytes + static_cast<char>(checksumOf(bytes))) + ")\n";
 }
 
 TEST(PicCommandChannel, ForgetsTheCommandBehindItsAnswer)
@@ -84,23 +84,15 @@ protected:
                                  file.name + "]\nParsed Info. Dev: " + file.information + "\n";
         EXPECT_TRUE(isSame(result.output.substr(0, head.size()), head));
         std::string codes;
-        for (const std::string& command : commands()) {
-            codes += command[3];
+        sent.clear();
+        for (const std::string& call : result.callsOf({"Pic_Update_Comm_Tx("})) {
+            sent += call.substr(call.find('(') + 1) + "\n";
+            codes += sent[sent.rfind(',') - 1];
         }
         return codes + " " + result.output.substr(std::min(head.size(), result.output.size()));
     }
 
-    /// The commands sent, each as "DEVICE, COMMAND, PAYLOAD".
-    std::vector<std::string> commands() const
-    {
-        std::vector<std::string> sent;
-        const std::string call = "Pic_Update_Comm_Tx(";
-        for (const std::string& line : result.callsOf({call})) {
-            sent.push_back(line.substr(call.size(), line.size() - call.size() - 1));
-        }
-        return sent;
-    }
-
+    std::string sent; ///< the commands, each as "DEVICE, COMMAND, PAYLOAD)"
     ToolResult result;
 };
 
@@ -109,57 +101,50 @@ TEST_F(PicUpdateTest, SendsWhatTheFileHolds)
     const std::string pairs = fromHex("3FFF3FFF3FFF3FFF3FFF3FFF3FFF3FFF");
     const std::string mixed = fromHex("3FFF00000000000000000000000000FF");
     const std::string swapped = fromHex("FF3F00000000000000000000000000FF");
-    const Rows<PicFile, std::string, std::string, std::vector<std::string>> cases{
-        {"battery pack",
-         battery,
+    const std::string begin = "1, 0, )\n1, 2, 000300010014)\n";
+    const std::string end = "1, 3, )\n1, 1, )\n";
+    const std::string configured = "1, 5, " + toHex(configuration) + ")\n";
+    const Rows<PicFile, std::string, std::string, std::string> cases{
+        // the file's name, its text, what is printed, what is sent
+        {"battery pack", battery,
          hexRows(0x00010800, mixed + row + row + row + mixed) + hexRecord(0, 0, "") +
              toConfiguration + hexRecord(0, 0, configuration + "xy") +
              hexRecord(4, 0, bigEndian16(0x31)) + hexRecord(0, 0x10, "short") +
              hexRecord(2, 0, "ab") + ":0000\n" + hexEnd,
          "Not doing anything with line type 2\nInvalid num bytes in line 8\n" + batteryUpdated,
-         {"1, 0, ", "1, 2, 000300010014", block("1, 4, ", "00010800", mixed + row + row + row),
-          "1, 5, " + toHex(configuration),
-          block("1, 4, ", "00010840", swapped + "short" + filler.substr(5) + filler + filler),
-          "1, 3, ", "1, 1, "}},
-        {"no extended address, and a configuration of just its size",
-         battery,
+         begin + block("1, 4, ", "00010800", mixed + row + row + row) + configured +
+             block("1, 4, ", "00010840", swapped + "short" + filler.substr(5) + filler + filler) +
+             end},
+        {"no extended address, and a configuration of just its size", battery,
          hexRecord(0, 0x800, row) + toConfiguration + hexRecord(0, 0, configuration),
          batteryUpdated,
-         {"1, 0, ", "1, 2, 000300010014", "1, 5, " + toHex(configuration),
-          block("1, 4, ", "00000800", row + filler + filler + filler), "1, 3, ", "1, 1, "}},
-        {"the shoe, whose first version is marked",
-         shoe,
-         hexEnd,
-         "Completed Orvel Shoe Code Update\n",
-         {"2, 0, ", "2, 2, c00c00000007", "2, 3, ", "2, 1, "}},
-        {"charger, empty file",
-         charger,
-         "",
-         "Completed Orvel Charger Code Update\n",
-         {"3, 0, ", "3, 2, 000500000002", "3, 3, ", "3, 1, "}},
-        {"GPS board, which takes the low memory only",
-         gps,
+         begin + configured + block("1, 4, ", "00000800", row + filler + filler + filler) + end},
+        {"the shoe, whose first version is marked", shoe, hexEnd,
+         "Completed Orvel Shoe Code Update\n", "2, 0, )\n2, 2, c00c00000007)\n2, 3, )\n2, 1, )\n"},
+        {"charger, empty file", charger, "", "Completed Orvel Charger Code Update\n",
+         "3, 0, )\n3, 2, 000500000002)\n3, 3, )\n3, 1, )\n"},
+        {"GPS board, which takes the low memory only", gps,
          hexRows(0x800, repeat(4, pairs)) + toConfiguration + hexRecord(0, 0, row + row) +
              hexRows(0x10000, row) + ":000000\n" + hexEnd,
          "GPS PIC Mode: 1\nGPS PIC Version: 1 (0x1)\nInvalid num bytes in line 6\n" + gpsUpdated,
-         {"5, 6, ", "5, 7, ", "5, 0, ", "5, 2, 000800000000",
-          block("5, 4, ", "00000800", repeat(4, filler)), "5, 3, "}},
+         "5, 6, )\n5, 7, )\n5, 0, )\n5, 2, 000800000000)\n" +
+             block("5, 4, ", "00000800", repeat(4, filler)) + "5, 3, )\n"},
     };
-    for (const auto& [what, file, hex, output, sent] : cases) {
+    for (const auto& [what, file, hex, output, expected] : cases) {
         EXPECT_TRUE(update(file, hex).ends_with(" " + output)) << what << result.output;
         EXPECT_EQ(result.status, 0) << what;
-        EXPECT_EQ(commands(), sent) << what;
+        EXPECT_EQ(sent, expected) << what;
     }
     for (const char* extended : {":000000041234\n", ":01000004123400\n", ":0900000412340012\n"}) {
         update(battery, extended + hexRecord(0, 0x5678, row)); // which the PIC may have no room for
-        const std::string last = block("1, 4, ", "12345678", row + filler + filler + filler);
-        EXPECT_EQ(commands(), (std::vector<std::string>{"1, 0, ", "1, 2, 000300010014", last}));
+        EXPECT_EQ(sent, begin + block("1, 4, ", "12345678", row + filler + filler + filler));
     }
 }
 
 TEST_F(PicUpdateTest, WaitsForEachAnswer)
 {
-    update(gps, hexRows(0x800, row) + hexEnd, "set globals shown\nset gps-mode 2\nset gps-version 7\n");
+    update(gps, hexRows(0x800, row) + hexEnd,
+           "set globals shown\nset gps-mode 2\nset gps-version 7\n");
     EXPECT_EQ(result.callsOf({"open", "fopen", "select", "read(/dev", "close(/dev"}),
               splitLines("open(/dev/arm-comms, 2048) = 0\nselect(/dev/arm-comms, 0.000000) = 0\n"
                          "fopen(kt4100_gps_v8.hex, r) = 0\n" +

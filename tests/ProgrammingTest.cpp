@@ -219,17 +219,17 @@ TEST_F(ProgrammingTest, OutlivesItsReaderAndItsTerminal)
         {"image", 0, program, "",
          "fw.bin:open signal=1\n" + writes + "25 signal=13\np:close signal=1"},
         {"image, reader leaves", 0, program, leaving, ""},
-        {"image, interrupted", endedBy(SIGINT), program, "", writes + "2"},
-        {"image, ended", endedBy(SIGTERM), program, "", writes + "15"},
+        {"image, interrupted", endedBy + SIGINT, program, "", writes + "2"},
+        {"image, ended", endedBy + SIGTERM, program, "", writes + "15"},
         {"HEX file", 0, "--program-vimbra fw.hex", "",
          "fw.hex:fopen signal=1\nfw.hex:close signal=13"},
         {"PIC", 0, update, "",
          "/dev/arm-comms:open signal=1\nPic_Update_Comm_Tx signal=13 signal=25"},
         {"PIC, reader leaves", 0, update, leaving, ""},
-        {"PIC, ended", endedBy(SIGTERM), update, "", "Pic_Update_Comm_Tx signal=15"},
-        {"conversion", endedBy(SIGHUP), "--firmware-hex fw.hex", "", "fw.hex:fopen signal=1"},
-        {"listener", endedBy(SIGHUP), "--event-listen", "", "/dev/arm-events:select signal=1"},
-        {"listener, reader leaves", endedBy(SIGPIPE), "--event-listen", leaving, ""},
+        {"PIC, ended", endedBy + SIGTERM, update, "", "Pic_Update_Comm_Tx signal=15"},
+        {"conversion", endedBy + SIGHUP, "--firmware-hex fw.hex", "", "fw.hex:fopen signal=1"},
+        {"listener", endedBy + SIGHUP, "--event-listen", "", "/dev/arm-events:select signal=1"},
+        {"listener, reader leaves", endedBy + SIGPIPE, "--event-listen", leaving, ""},
     };
     for (const auto& [what, status, command, redirection, script] : cases) {
         const ToolResult result = run(command + redirection, script);

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -20,45 +19,35 @@ std::vector<std::string> splitLines(const std::string& text)
 
 testing::AssertionResult isSame(const std::string& actual, const std::string& expected)
 {
-    const auto different =
-        std::mismatch(actual.begin(), actual.end(), expected.begin(), expected.end()).first;
-    const auto offset = static_cast<std::size_t>(different - actual.begin());
-    const auto behind = [&](const std::string& text) {
-        return testing::PrintToString(text.substr(offset, 120));
+    std::size_t same = 0;
+    while (same < std::min(actual.size(), expected.size()) && actual[same] == expected[same]) {
+        ++same;
+    }
+    const auto rest = [same](const std::string& text) {
+        return testing::PrintToString(text.substr(same, 120));
     };
     return testing::AssertionResult(actual == expected)
-           << "at " << offset << " there is " << behind(actual) << ", expected " << behind(expected)
-           << "\n";
+           << "at " << same << " there is " << rest(actual) << ", expected " << rest(expected);
 }
 
 testing::AssertionResult ToolResult::gave(const std::string& text, int exitStatus) const
 {
-    if (status != exitStatus) {
-        return testing::AssertionFailure()
-               << "status " << status << ", expected " << exitStatus << "; " << isSame(output, text)
-               << errors.substr(0, 1000);
-    }
-    return isSame(output, text);
+    return testing::AssertionResult(status == exitStatus && output == text)
+           << "status " << status << "; " << isSame(output, text).message() << "\n"
+           << errors.substr(0, 1000);
 }
 
 std::vector<std::string> ToolResult::callsOf(const std::vector<std::string>& beginnings) const
 {
-    std::vector<std::string> found;
-    std::copy_if(calls.begin(), calls.end(), std::back_inserter(found), [&](const auto& call) {
-        return std::any_of(beginnings.begin(), beginnings.end(),
-                           [&](const auto& beginning) { return call.starts_with(beginning); });
+    std::vector<std::string> found = calls;
+    std::erase_if(found, [&](const std::string& call) {
+        return std::none_of(beginnings.begin(), beginnings.end(),
+                            [&](const std::string& text) { return call.starts_with(text); });
     });
     return found;
 }
 
 namespace {
-
-#ifndef VIMBRA_EMULATOR // the command in front of the tool that runs it on this machine
-#define VIMBRA_EMULATOR ""
-#endif
-constexpr const char* emulator = VIMBRA_EMULATOR;
-constexpr int timeLimit = 120; // seconds; sanitizers and emulators take time
-constexpr int timedOut = 124;  // the status that `timeout` gives
 
 /// In memory, if there is a place: the tool syncs what it writes, and a disk takes its time.
 std::string makeFolder()
@@ -75,7 +64,7 @@ ToolTest::ToolTest() : folder(makeFolder())
     shell("mkdir volatile");
 }
 
-ToolTest::~ToolTest()
+void ToolTest::TearDown()
 {
     shell("rm -r \"$PWD\"");
 }
@@ -102,18 +91,18 @@ ToolResult ToolTest::run(const std::string& arguments, const std::string& script
 {
     write("trace", "");
     write("script", "set clock fast\n" + script);
-    std::string command =
+    // The command in front of the tool that runs it on this machine: it would take the preloaded
+    // library for its own.
+    const std::string emulator = VIMBRA_EMULATOR;
+    const std::string command =
         "VIMBRA_SIM_SCRIPT=script VIMBRA_SIM_TRACE=trace VIMBRA_SIM_VOLATILE=volatile "
-        "ASAN_OPTIONS=verify_asan_link_order=0 ";
-    const std::string preload = "LD_PRELOAD=" VIMBRA_DEVICE_NODES " ";
-    const bool isEmulated = *emulator != '\0'; // which would take the library for its own
-    command += isEmulated ? std::string(emulator) + " -E " + preload : preload;
-    command += "'" VIMBRA_TOOL "' " + arguments;
-    // A run that never ends is not to fill the disk.
+        "ASAN_OPTIONS=verify_asan_link_order=0 " +
+        (emulator.empty() ? "" : emulator + " -E ") +
+        "LD_PRELOAD=" VIMBRA_DEVICE_NODES " '" VIMBRA_TOOL "' " + arguments;
+    // A run that never ends is not to fill the disk. Sanitizers and emulators take time.
     write("command", "ulimit -f 20000\n{ " + command + "; } >output 2>errors </dev/null\n");
-    const std::string limits = "timeout --kill-after=5 " + std::to_string(timeLimit);
-    const int ended = shell(limits + " sh command");
-    const int status = WIFSIGNALED(ended) ? endedBy(WTERMSIG(ended)) : WEXITSTATUS(ended);
-    EXPECT_NE(status, timedOut) << command;
+    const int ended = shell("timeout --kill-after=5 120 sh command");
+    const int status = WIFSIGNALED(ended) ? endedBy + WTERMSIG(ended) : WEXITSTATUS(ended);
+    EXPECT_NE(status, 124) << "timed out: " << command;
     return {read("output"), read("errors"), status, splitLines(read("trace"))};
 }

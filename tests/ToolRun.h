@@ -11,11 +11,8 @@ using Rows = std::vector<std::tuple<const char*, Fields...>>;
 
 inline constexpr int failed = 255;
 
-/// Status of a run that a signal ended.
-constexpr int endedBy(int signal)
-{
-    return 128 + signal;
-}
+/// Status of a run that a signal ended, less the signal's number.
+inline constexpr int endedBy = 128;
 
 /// Whether two texts are equal; if not, shows where they first differ, and only a few characters.
 testing::AssertionResult isSame(const std::string& actual, const std::string& expected);
@@ -30,8 +27,6 @@ struct ToolResult {
     /// Whether the run printed just this and ended with this status.
     testing::AssertionResult gave(const std::string& text, int exitStatus = 0) const;
 
-    std::string lastCall() const { return calls.empty() ? "" : calls.back(); }
-
     /// The calls that begin with one of the texts.
     std::vector<std::string> callsOf(const std::vector<std::string>& beginnings) const;
 };
@@ -41,9 +36,7 @@ struct ToolResult {
 class ToolTest : public testing::Test {
 protected:
     ToolTest();
-    ~ToolTest() override;
-    ToolTest(const ToolTest&) = delete;
-    ToolTest& operator=(const ToolTest&) = delete;
+    void TearDown() override;
 
     /// `arguments` are words of the shell, so redirections can stand among them. `script` is what
     /// the simulated instrument reads; no pause is really waited for.
