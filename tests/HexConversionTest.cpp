@@ -1,35 +1,7 @@
-#include "base/Checksum.h"
-#include "base/HexDigits.h"
-#include "base/HexGroups.h"
 #include "tests/FirmwareFiles.h"
 #include "tests/ToolRun.h"
 
-#include <array>
-
 namespace {
-
-/// Every character at every place of a group that is decoded at once, and of the pairs behind it.
-TEST(HexDigits, AreDecodedTogetherAsEachAlone)
-{
-    constexpr std::size_t pairs = HexGroups::groupPairs + 3;
-    std::array<std::uint8_t, 1024> bytes{};
-    for (std::size_t place = 0; place < 2 * pairs; ++place) {
-        for (int character = 0; character < 256; ++character) {
-            std::string text = "0123456789abcdefABCDEF";
-            text[place] = static_cast<char>(character);
-            const auto sum = decodeHexDigits(text.data(), pairs, bytes.data());
-            ASSERT_EQ(sum.has_value(), hexDigitValue(text[place]) >= 0) << text;
-            for (std::size_t pair = 0; sum && pair < pairs; ++pair) {
-                ASSERT_EQ(bytes[pair], hexPairValue(&text[2 * pair])) << text;
-            }
-            ASSERT_TRUE(!sum || *sum == byteSum(std::span(bytes).first(pairs))) << text;
-        }
-    }
-    for (const std::size_t count : std::array<std::size_t, 4>{8, 9, 16, bytes.size()}) {
-        const std::string largest(2 * count, 'F'); // sums do not run into each other
-        EXPECT_EQ(decodeHexDigits(largest.data(), count, bytes.data()), -count % 256) << count;
-    }
-}
 
 const std::string head = "Running task: Intel HEX to binary\n";
 const std::string caught = "Caught AppException: firmware/IntelHexParser.cpp (LINE): ";
@@ -83,9 +55,14 @@ const std::string noEnd = caught + "No more input data and end marker not locate
 const std::string twice = caught + "Invalid file: Encountered ':' at least twice\n";
 const std::string noRoom =
     caught + "Failed parsing any data lines and now out of buffer room. aborting\n";
+const std::string onLine1 = "Parse Error on line: 1\n" + caught;
 const std::string handled = "Already handled SLAR: :040000\n";
 const std::string entry = hexRecord(5, 0, "\x08\x02\x01\x31");
 const std::string gap(16, '\xFF');
+const Chunks gapped{{start, sixteen + gap + sixteen}};
+const Chunks withEnd{{start, sixteen + std::string(0x3E0, '\xFF') + sixteen}};
+const Chunks overBorder{{0x0800FC00, first}, {0x08010000, both[1].second}};
+const std::string largest(255, '\xFF');
 const auto at = [](std::uint32_t address) { return hexRows(address, sixteen) + hexEnd; };
 const auto behind = [](unsigned int offset) { return row + hexRecord(0, offset, sixteen); };
 
@@ -100,21 +77,13 @@ const Rows<std::string, std::string, Chunks> conversions{
     {"text in front and lower case", "x:020000040800f2\nx" + replaced(rows, "\n", "\nx") + hexEnd,
      done2, both},
     {"text behind the end", rows + hexEnd + "::\n", done2, both},
-    {"over a border of 64 KiB",
-     hexRows(0x0800FC00, data) + hexEnd,
-     done2,
-     {{0x0800FC00, first}, {0x08010000, both[1].second}}},
+    {"over a border of 64 KiB", hexRows(0x0800FC00, data) + hexEnd, done2, overBorder},
     {"the last chunk of all", hexRows(0xFFFFFC00, first) + hexEnd, done, {{0xFFFFFC00, first}}},
+    {"the largest sum", hexRecord(0, 0, largest) + hexEnd, done, {{0, largest}}},
     {"no extended address", hexRecord(0, 0x410, sixteen) + hexEnd, done, {{0x410, sixteen}}},
-    {"in another order",
-     behind(32) + hexRecord(0, 16, gap) + hexEnd,
-     done,
-     {{start, sixteen + gap + sixteen}}},
-    {"a gap", behind(32) + hexEnd, done, {{start, sixteen + gap + sixteen}}},
-    {"a gap in a full chunk",
-     behind(0x3F0) + hexEnd,
-     unaligned,
-     {{start, sixteen + std::string(0x3E0, '\xFF') + sixteen}}},
+    {"in another order", behind(32) + hexRecord(0, 16, gap) + hexEnd, done, gapped},
+    {"a gap", behind(32) + hexEnd, done, gapped},
+    {"a gap in a full chunk", behind(0x3F0) + hexEnd, unaligned, withEnd},
     {"a jump", row + at(next), jump + remaining + done2, {one[0], {next, sixteen}}},
     {"a far jump", row + at(0x87FFFC00), jump + remaining + done2, {one[0], {0x87FFFC00, sixteen}}},
     {"2 GiB", row + at(0x88000000), backwards, {}},
@@ -132,10 +101,7 @@ const Rows<std::string, std::string, Chunks> conversions{
     {"entry points first", entry + entry + row + hexEnd, handled + done, one},
     {"a further one of 5 bytes", row + hexRecord(5, 0xABCD, "12345") + hexEnd,
      "Already handled SLAR: :05abcd\n" + done, one},
-    {"one of 3 bytes",
-     hexRecord(5, 0, "123"),
-     "Parse Error on line: 1\n" + caught + "Invalid data\n",
-     {}},
+    {"one of 3 bytes", hexRecord(5, 0, "123"), onLine1 + "Invalid data\n", {}},
     {"two colons", row + ":" + hexEnd, "Parse Error on line: 2\n" + twice, {}},
     {"two colons, not read to the end", "::", "Parse Error on line: 0\n" + twice, {}},
     {"a line that fits", std::string(4096 - hexEnd.size(), 'x') + hexEnd, noData, {}},
@@ -205,7 +171,13 @@ TEST_F(HexConversionTest, RefusesBadLines)
         {"CR inside", changed(20, 2, "\r0"), otherLength},
         {"blank inside", changed(21, 0, " "), badByte},
         {"bad digit in the count", changed(1, 1, "G"), badByte},
-        {"bad digit", changed(30, 1, "@"), badByte},
+        {"bad digit behind 9", changed(30, 1, ";"), badByte},
+        {"bad digit in front of 0", changed(31, 1, "/"), badByte},
+        {"bad digit in front of A", changed(32, 1, "@"), badByte},
+        {"bad digit behind F", changed(33, 1, "G"), badByte},
+        {"bad digit in front of a", changed(34, 1, "`"), badByte},
+        {"bad digit behind f", changed(35, 1, "g"), badByte},
+        {"no ASCII", changed(36, 1, "\xB1"), badByte},
         {"wrong checksum", changed(4, 1, "1"), badSum},
         {"wrong checksum of a short line", ":00000001FE\n", badSum},
         {"type 2", hexRecord(2, 0, "ab"), bad + "Extended segment address not supported\n"},
@@ -235,21 +207,6 @@ TEST_F(HexConversionTest, ReportsFilesThatCannotBeOpened)
         run("--firmware-hex fw.hex").gave(head + "Failed to open binary firmware file\n", failed));
     const ToolResult folderGiven = run("--firmware-hex fw.hex.bin");
     EXPECT_NE(folderGiven.output.find("): Error reading input file\n"), std::string::npos);
-}
-
-/// Files that others' tools wrote from a binary give its bytes back.
-TEST_F(HexConversionTest, ConvertsWhatObjcopyAndSrecCatWrite)
-{
-    const std::string binary = makeData(150000);
-    write("fw.dat", binary);
-    const std::string padded = binary + std::string(147 * chunkSize - binary.size(), '\xFF');
-    for (const char* command :
-         {"objcopy -I binary -O ihex --change-addresses 0x08000000 fw.dat fw.hex",
-          "srec_cat fw.dat -binary -offset 0x08000000 -o fw.hex -intel -obs=255"}) {
-        ASSERT_EQ(shell(command), 0) << command;
-        EXPECT_EQ(run("--firmware-hex fw.hex").status, 0) << command;
-        EXPECT_TRUE(isSame(read("fw.hex.bin"), makeImage(start, padded))) << command;
-    }
 }
 
 } // namespace
