@@ -1,21 +1,14 @@
 #pragma once
 
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <utility>
 
-// What the fuzz targets share. They hold the tool against rules that every result has to keep, or
-// against a second reading of its input that is as plain as it can be, without the tool's own code.
+// What the fuzz targets share. They hold the tool against rules that every result has to keep.
 
 /// A target, which returns 0. Where there is no fuzzer, each has a name of its own instead.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
-
-inline std::string toText(const void* data, std::size_t size)
-{
-    return {static_cast<const char*>(data), size};
-}
+extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size);
 
 /// Ends the process, after showing the rule, if it is broken.
 inline void expect(bool isKept, const char* rule)

@@ -67,13 +67,13 @@ void checkImage(const std::string& image, bool isFinished)
 
 } // namespace
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+int LLVMFuzzerTestOneInput(const char* data, std::size_t size)
 {
     std::string folder = "/tmp/fuzz-XXXXXX";
     expect(mkdtemp(folder.data()) != nullptr, "a folder");
     const std::string hex = folder + "/hex";
     const std::string bin = hex + ".bin";
-    std::ofstream(hex) << toText(data, size);
+    std::ofstream(hex) << std::string_view(data, size);
     std::ofstream(bin) << "left by an earlier run";
     const std::string printed = capture([&] { ArmFirmwareTask(hex, "").run(); });
     std::ifstream file(bin);

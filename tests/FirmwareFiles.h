@@ -1,12 +1,9 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <numeric>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -56,8 +53,11 @@ inline std::string words(const std::vector<std::uint32_t>& values)
 /// What makes the bytes add up to 0 modulo 256.
 inline unsigned int checksumOf(const std::string& bytes)
 {
-    const auto add = [](unsigned int sum, unsigned char byte) { return sum + byte; };
-    return -std::accumulate(bytes.begin(), bytes.end(), 0U, add) & 0xFF;
+    unsigned int sum = 0;
+    for (const char byte : bytes) {
+        sum -= static_cast<unsigned char>(byte);
+    }
+    return sum & 0xFF;
 }
 
 /// One line of an Intel HEX file.
@@ -87,9 +87,11 @@ inline std::string hexRows(std::uint32_t address, const std::string& data, std::
 /// Bytes that look random and are the same in each run.
 inline std::string makeData(std::size_t size)
 {
-    std::mt19937 generator(1);
     std::string data(size, '\0');
-    std::generate(data.begin(), data.end(), [&] { return static_cast<char>(generator()); });
+    for (std::uint32_t state = 1; char& byte : data) {
+        state = state * 1664525 + 1013904223;
+        byte = static_cast<char>(state >> 24);
+    }
     return data;
 }
 

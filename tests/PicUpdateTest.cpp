@@ -1,4 +1,5 @@
 #include "pic/PicCommandChannel.h"
+#include "pic/PicFileName.h"
 #include "pic/PicGlobals.h"
 #include "tests/FirmwareFiles.h"
 #include "tests/ToolRun.h"
@@ -57,6 +58,53 @@ TEST(PicCommandChannel, ForgetsTheCommandBehindItsAnswer)
                                                       "PicUpdateErr: Didn't get a response.\n"
                                                       "PicUpdateErr: Unknown Error -7.\n");
     EXPECT_EQ(Cmd, lc::MoxArmControl::PicCmdNone);
+}
+
+/// Device and versions that a name gives.
+std::string parsed(const std::string& path)
+{
+    const auto name = parsePicFileName(path);
+    std::string text = name ? std::to_string(name->device) : "none";
+    for (std::size_t i = 0; name && i < name->versions.size(); ++i) {
+        text += ' ' + std::to_string(name->versions[i]);
+    }
+    return text;
+}
+
+TEST(PicFileName, GivesDeviceAndVersions)
+{
+    const Rows<std::string> cases{
+        {"/media/usb/orvel_x_base_x_user_3_1_20_9.hex.bak", "1 3 1 20"},
+        {"orvel_interface_user_12_0_7.hex", "2 12 0 7"},
+        {"orvel_interface_base_user_1_2_3.hex", "1 1 2 3"}, // the first one in the table
+        {"orvel_charger_interface_user_1_2_3.hex", "2 1 2 3"},
+        {"a.hex/orvel_charger_user_-1_70000_ +5", "3 65535 4464 5"},
+        {"orvel_base_user_2147483653_-4294967297_4294967299.hex", "1 5 65535 3"},
+        {"orvel_base_user_x_0x1F_010.hex", "1 0 0 10"},
+        {"orvel_base_user_1_2_.hex", "1 1 2 0"},
+        {"orvel_base_user_1_2.hex", "none"},
+        {"orvel_base_user_1_2_3.HEX", "none"},
+        {"orvel_base_1_2_3.hex", "none"},
+        {"orvel_user_base_1_2_3.hex", "none"},
+        {"base_orvel_user_1_2_3.hex", "none"},
+        {"orvel_shoe_user_1_2_3.hex", "none"},
+        {"Orvel_base_user_1_2_3.hex", "none"},
+        {"orvel_base_user_1_2_3/kt4100_gps_v9.hex", "5 9 0 0"},
+        {"kt4100_gps_v2_10.hex", "5 2 10 0"},
+        {"kt4100_gps_v2_10_3_4.hex", "5 2 10 3"},
+        {"kt4100_gps/orvel_base_user_1_2_3.hex", "none"},
+        {"_v1_kt4100_gps.hex", "none"},
+        {"kt4100_gps_V7.hex", "none"},
+        {"&*%PROBE&*%", "255 0 0 0"},
+        {"./&*%PROBE&*%", "none"},
+        {"", "none"},
+    };
+    for (const auto& [path, expected] : cases) {
+        EXPECT_EQ(parsed(path), expected) << path;
+    }
+    const std::string most(173, '.'); // only 199 characters count
+    EXPECT_EQ(parsed(most + "orvel_base_user_3_1_20.hex"), "1 3 1 20");
+    EXPECT_EQ(parsed(most + ".orvel_base_user_3_1_20.hex"), "none");
 }
 
 /// A firmware file, and what its name says.
@@ -121,7 +169,9 @@ TEST_F(PicUpdateTest, SendsWhatTheFileHolds)
          begin + configured + block("1, 4, ", "00000800", row + filler + filler + filler) + end},
         {"the shoe, whose first version is marked", shoe, hexEnd,
          "Completed Orvel Shoe Code Update\n", "2, 0, )\n2, 2, c00c00000007)\n2, 3, )\n2, 1, )\n"},
-        {"charger, empty file", charger, "", "Completed Orvel Charger Code Update\n",
+        {"charger, lines that end in other ways", charger,
+         ":00000001fF\r\n:00000001FF0\n:00000001FF0\r\n:000000\rx\n:00000001FF",
+         "Invalid num bytes in line 0\nCompleted Orvel Charger Code Update\n",
          "3, 0, )\n3, 2, 000500000002)\n3, 3, )\n3, 1, )\n"},
         {"GPS board, which takes the low memory only", gps,
          hexRows(0x800, repeat(4, pairs)) + toConfiguration + hexRecord(0, 0, row + row) +

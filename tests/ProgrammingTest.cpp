@@ -158,18 +158,12 @@ TEST_F(ProgrammingTest, SendsNothingOfABadImage)
         {"fewer packets", count(2), validating + "Binary stream does not contain end marker!\n"},
         {"more packets", count(0xFFFFFFFF), validating + none + noNext + "3\n"},
     };
-    const std::string program = "--program-vimbra fw.bin";
     for (const auto& [what, content, output] : cases) {
         write("fw.bin", content);
-        const ToolResult result = run(program);
+        const ToolResult result = run("--program-vimbra fw.bin");
         EXPECT_TRUE(result.gave(output, failed)) << what;
         EXPECT_EQ(result.callsOf({"open(/dev", "write"}).size(), 0) << what;
     }
-    write("fw.bin", image);
-    EXPECT_TRUE(
-        run(program, "fw.bin:read error=5").gave(opening + errorText(EIO) + noHeader, failed));
-    EXPECT_TRUE(run(program, "fw.bin:read ok ok ok error=4")
-                    .gave(validating + errorText(EINTR) + noData + "1\n", failed));
 }
 
 TEST_F(ProgrammingTest, ReportsWhatFailsOnTheWay)
@@ -179,6 +173,9 @@ TEST_F(ProgrammingTest, ReportsWhatFailsOnTheWay)
     const std::string failedAt = "Failed writing to dev node at packet: ";
     const Rows<std::string, std::string, std::size_t> cases{
         // the script, the last lines, the packets sent
+        {"no header", "fw.bin:read error=5", errorText(EIO) + "Unable to read header\n", 0},
+        {"no data", "fw.bin:read ok ok ok error=4",
+         validating + errorText(EINTR) + "Not enough actual data. P:1\n", 0},
         {"no device", "/dev/arm-program:open error=2", "Failed opening program interface\n", 0},
         {"write fails", writes + "error=5", errorText(EIO) + failedAt + "0\n", 1},
         {"nothing written", writes + "ok count=0", "No bytes written!\n" + failedAt + "1\n", 2},
@@ -193,7 +190,7 @@ TEST_F(ProgrammingTest, ReportsWhatFailsOnTheWay)
     };
     for (const auto& [what, script, ending, sent] : cases) {
         const ToolResult result = run("--program-vimbra fw.bin", script);
-        EXPECT_TRUE(result.output.starts_with(programming)) << what;
+        EXPECT_TRUE(result.output.starts_with(head)) << what;
         EXPECT_TRUE(result.output.ends_with(ending)) << what << result.output;
         EXPECT_EQ(result.status, failed) << what;
         EXPECT_EQ(result.callsOf({"write"}).size(), sent) << what;
