@@ -31,13 +31,10 @@ const std::string overlay =
 TEST_F(ControlTest, InterfaceWalksThroughTheLibrary)
 {
     const ToolResult result =
-        run("--interface", "GetVimbraSwVersion text=7.1\n"
-                           "GetArmState mode=-2,key=5,fault=0xBEEF\n"
-                           "GetPowerStates states=10\n"
-                           "GetKeyPadState keys=010,leds=02\n"
-                           "GetReelState mode=3,count=-7,sonde=1,atex=1,false\n"
-                           "GetBatInfo hex=" +
-                               toHex(batteryRecord('R') + batteryRecord('L')) + "\n");
+        run("--interface", "GetVimbraSwVersion text=7.1\nGetArmState mode=-2,key=5,fault=0xBEEF\n"
+                           "GetPowerStates states=10\nGetKeyPadState keys=010,leds=02\n"
+                           "GetReelState mode=3,count=-7,sonde=1,atex=1,false\nGetBatInfo hex=" +
+                               toHex(batteryRecord('R') + batteryRecord('L')));
     EXPECT_TRUE(result.gave(interfaceHead +
                             "7.1\nGetting state: Mode: -2 Powerup Key: 5 Flt State: 0xbeef\n"
                             "Getting power states: States: 0:1 1:0 \n"

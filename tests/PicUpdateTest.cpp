@@ -60,51 +60,37 @@ TEST(PicCommandChannel, ForgetsTheCommandBehindItsAnswer)
     EXPECT_EQ(Cmd, lc::MoxArmControl::PicCmdNone);
 }
 
-/// Device and versions that a name gives.
-std::string parsed(const std::string& path)
-{
-    const auto name = parsePicFileName(path);
-    std::string text = name ? std::to_string(name->device) : "none";
-    for (std::size_t i = 0; name && i < name->versions.size(); ++i) {
-        text += ' ' + std::to_string(name->versions[i]);
-    }
-    return text;
-}
-
 TEST(PicFileName, GivesDeviceAndVersions)
 {
-    const Rows<std::string> cases{
-        {"/media/usb/orvel_x_base_x_user_3_1_20_9.hex.bak", "1 3 1 20"},
-        {"orvel_interface_user_12_0_7.hex", "2 12 0 7"},
-        {"orvel_interface_base_user_1_2_3.hex", "1 1 2 3"}, // the first one in the table
-        {"orvel_charger_interface_user_1_2_3.hex", "2 1 2 3"},
-        {"a.hex/orvel_charger_user_-1_70000_ +5", "3 65535 4464 5"},
-        {"orvel_base_user_2147483653_-4294967297_4294967299.hex", "1 5 65535 3"},
-        {"orvel_base_user_x_0x1F_010.hex", "1 0 0 10"},
-        {"orvel_base_user_1_2_.hex", "1 1 2 0"},
-        {"orvel_base_user_1_2.hex", "none"},
-        {"orvel_base_user_1_2_3.HEX", "none"},
-        {"orvel_base_1_2_3.hex", "none"},
-        {"orvel_user_base_1_2_3.hex", "none"},
-        {"base_orvel_user_1_2_3.hex", "none"},
-        {"orvel_shoe_user_1_2_3.hex", "none"},
-        {"Orvel_base_user_1_2_3.hex", "none"},
-        {"orvel_base_user_1_2_3/kt4100_gps_v9.hex", "5 9 0 0"},
-        {"kt4100_gps_v2_10.hex", "5 2 10 0"},
-        {"kt4100_gps_v2_10_3_4.hex", "5 2 10 3"},
-        {"kt4100_gps/orvel_base_user_1_2_3.hex", "none"},
-        {"_v1_kt4100_gps.hex", "none"},
-        {"kt4100_gps_V7.hex", "none"},
-        {"&*%PROBE&*%", "255 0 0 0"},
-        {"./&*%PROBE&*%", "none"},
-        {"", "none"},
-    };
-    for (const auto& [path, expected] : cases) {
-        EXPECT_EQ(parsed(path), expected) << path;
-    }
     const std::string most(173, '.'); // only 199 characters count
-    EXPECT_EQ(parsed(most + "orvel_base_user_3_1_20.hex"), "1 3 1 20");
-    EXPECT_EQ(parsed(most + ".orvel_base_user_3_1_20.hex"), "none");
+    const std::vector<std::tuple<std::string, int, std::array<std::uint16_t, 3>>> cases{
+        {"/media/usb/orvel_x_base_x_user_3_1_20_9.hex.bak", 1, {3, 1, 20}},
+        {"orvel_interface_user_12_0_7.hex", 2, {12, 0, 7}},
+        {"orvel_interface_base_user_1_2_3.hex", 1, {1, 2, 3}}, // the first one in the table
+        {"orvel_charger_interface_user_1_2_3.hex", 2, {1, 2, 3}},
+        {"a.hex/orvel_charger_user_-1_70000_ +5", 3, {65535, 4464, 5}},
+        {"orvel_base_user_2147483653_-4294967297_4294967299.hex", 1, {5, 65535, 3}},
+        {"orvel_base_user_x_0x1F_010.hex", 1, {0, 0, 10}},
+        {"orvel_base_user_1_2_.hex", 1, {1, 2, 0}},
+        {"orvel_base_user_1_2_3/kt4100_gps_v9.hex", 5, {9, 0, 0}},
+        {"kt4100_gps_v2_10.hex", 5, {2, 10, 0}},
+        {"kt4100_gps_v2_10_3_4.hex", 5, {2, 10, 3}},
+        {"&*%PROBE&*%", 255, {0, 0, 0}},
+        {most + "orvel_base_user_3_1_20.hex", 1, {3, 1, 20}},
+    };
+    for (const auto& [path, device, versions] : cases) {
+        const auto name = parsePicFileName(path);
+        EXPECT_TRUE(name && name->device == device && name->versions == versions) << path;
+    }
+    for (const std::string path :
+         {"orvel_base_user_1_2.hex", "orvel_base_user_1_2_3.HEX", "orvel_base_user_1_2_3hex",
+          "orvel_base_1_2_3.hex", "orvel_user_base_1_2_3.hex", "base_orvel_user_1_2_3.hex",
+          "orvel_shoe_user_1_2_3.hex", "Orvel_base_user_1_2_3.hex", "orvelbase_user_1_2_3.hex",
+          "orvel_baseuser_1_2_3.hex", "orvel_base_user1_2_3_4.hex", "kt4100_gps_V7.hex",
+          "kt4100_gps/orvel_base_user_1_2_3.hex", "_v1_kt4100_gps.hex", "./&*%PROBE&*%", ""}) {
+        EXPECT_FALSE(parsePicFileName(path)) << path;
+    }
+    EXPECT_FALSE(parsePicFileName(most + ".orvel_base_user_3_1_20.hex"));
 }
 
 /// A firmware file, and what its name says.
