@@ -1,18 +1,32 @@
 // The conversion of an Intel HEX file: what it may print, and the image that goes with it.
 
 #include "firmware/ArmFirmwareProgram.h"
-#include "fuzz/FuzzTarget.h"
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <sstream>
+#include <string>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
+extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size);
+
 namespace {
+
+/// Ends the process, after showing the rule, if it is broken.
+void expect(bool isKept, const char* rule)
+{
+    if (!isKept) {
+        std::fprintf(stderr, "--- not kept: %s\n", rule);
+        std::abort();
+    }
+}
 
 constexpr std::size_t packetSize = 20 + 1024;
 const std::string finished = "Program bytes written: ";
@@ -25,8 +39,7 @@ const std::vector<const char*> remarks{
     "Parse Error on line: ",    "Warning: missed starting on line: ",
     "Already handled SLAR: :",  "This write has jumped too far beyond our chunk.",
     "Write is crossing chunks", "Using remaining data from last line",
-    "Address moved backwards",
-};
+    "Address moved backwards"};
 
 bool isOneOf(const std::string& line, const std::vector<const char*>& texts)
 {
@@ -65,6 +78,19 @@ void checkImage(const std::string& image, bool isFinished)
     }
 }
 
+/// What the conversion prints.
+std::string convert(const std::string& hex)
+{
+    char* text = nullptr;
+    std::size_t size = 0;
+    std::FILE* const original = std::exchange(stdout, open_memstream(&text, &size));
+    ArmFirmwareTask(hex, "").run();
+    std::fclose(std::exchange(stdout, original));
+    std::string printed(text, size);
+    std::free(text);
+    return printed;
+}
+
 } // namespace
 
 int LLVMFuzzerTestOneInput(const char* data, std::size_t size)
@@ -75,7 +101,7 @@ int LLVMFuzzerTestOneInput(const char* data, std::size_t size)
     const std::string bin = hex + ".bin";
     std::ofstream(hex) << std::string_view(data, size);
     std::ofstream(bin) << "left by an earlier run";
-    const std::string printed = capture([&] { ArmFirmwareTask(hex, "").run(); });
+    const std::string printed = convert(hex);
     std::ifstream file(bin);
     const std::string image{std::istreambuf_iterator<char>(file), {}};
     unlink(hex.c_str());

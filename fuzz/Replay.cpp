@@ -1,28 +1,19 @@
-// Hands each file of the corpora to its target, in builds without a fuzzer. Takes their folder.
+// Hands each file of a folder to a fuzz target, in builds without a fuzzer.
 
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <string>
 
-extern "C" {
-using Target = int(const char* data, std::size_t size);
-Target fuzzEventRecords, fuzzHexConversion;
-}
+extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size);
 
 int main(int /*argc*/, char** argv)
 {
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(argv[1])) {
-        if (entry.is_directory()) {
-            continue;
-        }
-        const std::string path = entry.path();
-        std::cerr << path << std::endl; // names the file if the target ends the process
-        std::ifstream file(path, std::ios::binary);
+    for (const auto& entry : std::filesystem::directory_iterator(argv[1])) {
+        std::cerr << entry.path() << std::endl; // names the file if the target ends the process
+        std::ifstream file(entry.path(), std::ios::binary);
         const std::string input{std::istreambuf_iterator<char>(file), {}};
-        const bool isHex = path.find("/HexConversion/") != std::string::npos;
-        (isHex ? fuzzHexConversion : fuzzEventRecords)(input.data(), input.size());
+        LLVMFuzzerTestOneInput(input.data(), input.size());
     }
 }

@@ -169,7 +169,7 @@ TEST_P(FailingCallsTest, AreNotMistakenForSuccess)
     }
 }
 
-const char* const shortReads = "fw.hex:read count=3000\n";
+const std::string shortReads = "fw.hex:read count=3000\n";
 
 INSTANTIATE_TEST_SUITE_P(
     Of, FailingCallsTest,

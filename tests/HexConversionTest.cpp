@@ -15,24 +15,8 @@ const std::string rows = hexRows(start, data);
 const std::string sixteen = data.substr(0, 16);
 const std::string row = hexRows(start, sixteen); // lines 1 and 2
 
-/// Addresses and data of chunks, which are filled up.
-using Chunks = std::vector<std::pair<std::uint32_t, std::string>>;
-
 const Chunks both{{start, first}, {next, data.substr(chunkSize)}};
 const Chunks one{{start, sixteen}};
-
-/// The image of the chunks, or what a conversion leaves that fails behind them.
-std::string imageOf(const Chunks& chunks, bool isComplete)
-{
-    const auto count = static_cast<std::uint32_t>(isComplete ? chunks.size() : 0);
-    std::string image;
-    for (std::uint32_t i = 0; const auto& [address, content] : chunks) {
-        image += imagePacket(i == 0 ? 0xFEED001A : 0xFEED001B, i == 0 ? count : i, address,
-                             content + std::string(chunkSize - content.size(), '\xFF'));
-        ++i;
-    }
-    return isComplete ? image + imagePacket(0xFEED001C, 0, 0, "") : image;
-}
 
 std::string replaced(std::string text, const std::string& old, const std::string& replacement)
 {

@@ -103,6 +103,7 @@ const PicFile battery{"orvel_base_user_3_1_20.hex", "1, Versions: 0003, 0001, 00
 const PicFile shoe{"orvel_interface_user_12_0_7.hex", "2, Versions: 0012, 0000, 0007"};
 const PicFile charger{"orvel_charger_user_5_0_2.hex", "3, Versions: 0005, 0000, 0002"};
 const PicFile gps{"kt4100_gps_v8.hex", "5, Versions: 0008, 0000, 0000"};
+const std::string timedOut = "PicUpdateErr: Timed out waiting for ARM Comm FD.\n";
 const std::string batteryUpdated = "Completed Orvel Bat Code Update\n";
 const std::string gpsUpdated = "Completed KT4100 GPS PIC Code Update\n";
 
@@ -216,8 +217,7 @@ TEST_F(PicUpdateTest, DecidesOnTheGpsPicsModeAndVersion)
          "67023" + told(0, 9, "0x9") + gpsUpdated},
         {"not powered", "set gps-mode 255", notPowered},
         {"equal", "set gps-version 8", "67" + told(1, 8, "0x8") + upToDate},
-        {"silent", "set pic silent",
-         "6 PicUpdateErr: Timed out waiting for ARM Comm FD.\n" + notAsked},
+        {"silent", "set pic silent", "6 " + timedOut + notAsked},
         {"no reply in any block", comms + ":read" + repeat(5, noAnswer), "67023 " + gpsUpdated},
         {"length 0", answer + toHex(reply(refused, 0)),
          "6 PicUpdateErr: Didn't get a response len.\n" + notAsked},
@@ -238,26 +238,24 @@ TEST_F(PicUpdateTest, JudgesTheFirstBlockBehindACommand)
     const std::string good = reply(accepted);
     const std::string two = words({replyTag, 2 * entrySize}) + good.substr(8);
     const auto error = [](const std::string& text) { return "0 PicUpdateErr: " + text + "\n"; };
-    const std::string next = "02 PicUpdateErr: Timed out waiting for ARM Comm FD.\n";
+    const std::string next = "02 " + timedOut;
+    const std::string waits = comms + ":select timeout ";
     const std::string badData = error("Bad Data Error.");
     const std::string noLength = error("Didn't get a response len.");
     const std::string isRefused = error("Update or Response Err.");
     const std::string upToDate = error("PIC version already up-to-date or newer.");
     const auto reads = [&](const std::string& data) {
-        return comms + ":select timeout ok timeout\n" + comms + ":read hex=" + toHex(data);
+        return waits + "ok timeout\n" + comms + ":read hex=" + toHex(data);
     };
     const Rows<std::string, std::string> cases{
-        {"the wait fails", comms + ":select timeout error=9",
-         error("Error waiting for ARM Comm FD.")},
-        {"time-out", comms + ":select timeout timeout",
-         error("Timed out waiting for ARM Comm FD.")},
+        {"the wait fails", waits + "error=9", error("Error waiting for ARM Comm FD.")},
+        {"time-out", waits + "timeout", "0 " + timedOut},
         {"the read fails", undrained + comms + ":read error=5", error("File Read Error.")},
         {"no bytes", reads(""), badData},
         {"a header alone", reads("12345678"), badData},
         {"another record", reads(other), next},
         {"accepted", reads(good), next},
-        {"no entry", reads(words({replyTag, entrySize - 1}) + std::string(entrySize - 1, '\x01')),
-         next},
+        {"no entry", reads(words({replyTag, 259}) + std::string(259, '\x01')), next},
         {"not newer", reads(reply(notNewer)), upToDate},
         {"refused", reads(reply(refused)), isRefused},
         {"length 0", reads(reply(notNewer, 0)), noLength},

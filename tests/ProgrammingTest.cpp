@@ -128,7 +128,6 @@ TEST_F(ProgrammingTest, TellsTheKindOfAFileByItsExtension)
 TEST_F(ProgrammingTest, SendsNothingOfABadImage)
 {
     const std::string none = "No bytes read!\n";
-    const std::string noHeader = "Unable to read header\n";
     const std::string badHeader = opening + "Invalid header\n";
     const std::string tooBig = validating + "Chunk size too big! P:1\n";
     const std::string badSum = validating + "Invalid checksum at packet: ";
@@ -140,8 +139,8 @@ TEST_F(ProgrammingTest, SendsNothingOfABadImage)
     const auto count = [&](std::uint32_t value) { return patched(4, words({value})); };
     const auto cut = [&](std::size_t size) { return image.substr(0, size); };
     const Rows<std::string, std::string> cases{
-        {"empty", "", opening + none + noHeader},
-        {"header cut", cut(19), opening + noHeader},
+        {"empty", "", opening + none + "Unable to read header\n"},
+        {"header cut", cut(19), opening + "Unable to read header\n"},
         {"wrong first type", patched(0, "\x1B"), badHeader},
         {"no packets", count(0), badHeader},
         {"short first packet", length(0, 1023), badHeader},

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -23,11 +24,9 @@ testing::AssertionResult isSame(const std::string& actual, const std::string& ex
     while (same < std::min(actual.size(), expected.size()) && actual[same] == expected[same]) {
         ++same;
     }
-    const auto rest = [same](const std::string& text) {
-        return testing::PrintToString(text.substr(same, 120));
-    };
     return testing::AssertionResult(actual == expected)
-           << "at " << same << " there is " << rest(actual) << ", expected " << rest(expected);
+           << "at " << same << " there is " << testing::PrintToString(actual.substr(same, 120))
+           << ", expected " << testing::PrintToString(expected.substr(same, 120));
 }
 
 testing::AssertionResult ToolResult::gave(const std::string& text, int exitStatus) const
@@ -54,7 +53,7 @@ std::string makeFolder()
 {
     std::string path = access("/dev/shm", W_OK) == 0 ? "/dev/shm/" : testing::TempDir();
     path += "vimbra-XXXXXX";
-    return mkdtemp(path.data()) != nullptr ? path : throw path;
+    return mkdtemp(path.data()) != nullptr ? path : throw std::runtime_error(path);
 }
 
 } // namespace
@@ -91,14 +90,10 @@ ToolResult ToolTest::run(const std::string& arguments, const std::string& script
 {
     write("trace", "");
     write("script", "set clock fast\n" + script);
-    // The command in front of the tool that runs it on this machine: it would take the preloaded
-    // library for its own.
-    const std::string emulator = VIMBRA_EMULATOR;
     const std::string command =
         "VIMBRA_SIM_SCRIPT=script VIMBRA_SIM_TRACE=trace VIMBRA_SIM_VOLATILE=volatile "
-        "ASAN_OPTIONS=verify_asan_link_order=0 " +
-        (emulator.empty() ? "" : emulator + " -E ") +
-        "LD_PRELOAD=" VIMBRA_DEVICE_NODES " '" VIMBRA_TOOL "' " + arguments;
+        "ASAN_OPTIONS=verify_asan_link_order=0 " VIMBRA_PRELOAD " '" VIMBRA_TOOL "' " +
+        arguments;
     // A run that never ends is not to fill the disk. Sanitizers and emulators take time.
     write("command", "ulimit -f 20000\n{ " + command + "; } >output 2>errors </dev/null\n");
     const int ended = shell("timeout --kill-after=5 120 sh command");
