@@ -27,9 +27,9 @@ function(install_manual component command)
                    ${PROJECT_SOURCE_DIR}/packaging/man/${command}.1)
 endfunction()
 
-# Installs what a package tells about itself and for the bench.
+# Installs what a package tells about itself and for the bench. Further arguments are more documents.
 function(install_documents component package)
-    set(bench decisions firmware-files formats messages recovery runs simulator)
+    set(bench decisions firmware-files formats messages recovery runs ${ARGN})
     list(TRANSFORM bench REPLACE "(.+)" "docs/\\1.md")
     install(FILES ${bench} DESTINATION ${documents}/${package}/docs COMPONENT ${component})
     install(PROGRAMS examples/watch-progress DESTINATION ${documents}/${package}/examples
@@ -39,7 +39,18 @@ function(install_documents component package)
     install(FILES packaging/copyright DESTINATION ${documents}/${package} COMPONENT ${component})
 endfunction()
 
+# The changelog's newest entry dates the packages and what is in them, so that the same source yields the same bytes.
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS CHANGELOG.md)
+file(STRINGS CHANGELOG.md newest_entry REGEX "^## .* \\(.*\\)$" LIMIT_COUNT 1)
+string(REGEX REPLACE ".*\\((.*)\\)$" "\\1" newest_entry "${newest_entry}")
+execute_process(COMMAND date --utc --rfc-email --date=${newest_entry}
+                OUTPUT_VARIABLE changelog_date OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND date --utc --date=${newest_entry} +%s
+                OUTPUT_VARIABLE changelog_seconds OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 configure_file(packaging/changelog.in changelog @ONLY)
+
+# Run only where no component is named, before anything is installed: the two are for different machines.
+install(CODE "message(FATAL_ERROR \"name what to install: --component tool or --component simulator\")")
 
 install(TARGETS vimbra-tool COMPONENT tool)
 install(CODE "file(RPATH_REMOVE FILE
@@ -61,5 +72,5 @@ if(NOT VIMBRA_COMMON_LIBRARY)
     # Its completion takes functions of the tool's.
     install_joined(simulator vimbra-simulate ${completions}
                    ${completion}/vimbra-tool ${completion}/vimbra-simulate)
-    install_documents(simulator vimbra-simulator)
+    install_documents(simulator vimbra-simulator simulator)
 endif()

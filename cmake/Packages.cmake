@@ -2,8 +2,6 @@
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
-    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER
     "Maintainers of vimbra-tool <maintainers@vimbra-tool.example>")
@@ -33,7 +31,7 @@ else()
     set(packaged vimbra-tool Common DeviceNodes)
 endif()
 
-# What they depend on is known when they are built.
+# What they depend on is known when they are built, and they are dated as the environment says, or else the changelog.
 list(TRANSFORM packaged REPLACE "(.+)" "$<TARGET_FILE:\\1>")
 list(JOIN packaged " " packaged)
 set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_BINARY_DIR}/PackageDependencies.cmake)
@@ -41,5 +39,8 @@ file(GENERATE OUTPUT ${CPACK_PROJECT_CONFIG_FILE} CONTENT "\
 execute_process(COMMAND ${PROJECT_SOURCE_DIR}/packaging/dependencies ${packaged}
                 OUTPUT_VARIABLE CPACK_DEBIAN_PACKAGE_DEPENDS OUTPUT_STRIP_TRAILING_WHITESPACE
                 COMMAND_ERROR_IS_FATAL ANY)
+if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
+    set(ENV{SOURCE_DATE_EPOCH} ${changelog_seconds})
+endif()
 ")
 include(CPack)
