@@ -121,8 +121,9 @@ TEST_F(HexConversionTest, PlacesWhatTheFileSays)
     }
     for (std::size_t shift = 0; shift < 46; ++shift) { // wherever in a line a read ends
         SCOPED_TRACE(shift);
-        expectConversion(std::string(shift, 'x') + replaced(rows, "\n", "\r\n") + hexEnd, done2,
-                         both);
+        const std::string text = std::string(shift, 'x') + replaced(rows, "\n", "\r\n");
+        expectConversion(text + hexEnd, done2, both);
+        expectConversion(text.substr(0, text.size() - 1), noEnd, {both[0]}); // no old line feed
     }
 }
 
