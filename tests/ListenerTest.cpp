@@ -78,6 +78,7 @@ TEST_F(ListenerTest, PrintsEveryKindOfEvent)
         {"battery cut short", record(batteryTag, battery + battery).substr(0, 87), noBattery},
         {"DLS", record(dlsTag, words({0x123456FF, 0xFFFFFFFF, 1, 2})),
          "id:255\nstate:4294967295\nid:1\nstate:2\n"},
+        {"one DLS", record(dlsTag, words({7, 8})), "id:7\nstate:8\n"},
         {"no DLS", record(dlsTag, "xxxx"), "Error Dumping DLS Events. No Records\n"},
         {"no whole value, unknown tag",
          record(valueTag, "xxxxxxx") + record(0xfeedbe05, "x") + key(1, 1), keyText(1, 1)},
