@@ -120,11 +120,13 @@ int main(int argc, char* argv[])
 {
     const std::size_t mib = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 32;
     const int pairs = argc > 2 ? std::max(1, std::atoi(argv[2])) : 9; // NOLINT(cert-err34-c)
-    const auto folder = std::filesystem::temp_directory_path() /
-                        ("vimbra-conversion-benchmark-" + std::to_string(getpid()));
-    std::filesystem::create_directories(folder);
-    const std::string hex = folder / "fw.hex";
-    const std::string bin = folder / "fw.dat";
+    std::string folder = std::filesystem::temp_directory_path() / "conversion-XXXXXX";
+    if (mkdtemp(folder.data()) == nullptr) {
+        std::perror("Failed creating a folder");
+        return 1;
+    }
+    const std::string hex = folder + "/fw.hex";
+    const std::string bin = folder + "/fw.dat";
     writeHexFile(hex, mib << 20);
     std::printf("%zu MiB of data\n", mib);
     const std::vector<std::string> tool{VIMBRA_TOOL, "--firmware-hex", hex};

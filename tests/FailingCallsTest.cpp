@@ -2,19 +2,22 @@
 #include "tests/ToolRun.h"
 
 #include <algorithm>
+#include <array>
 #include <csignal>
-#include <iostream>
+#include <cstdio>
+#include <fnmatch.h>
 #include <map>
-#include <regex>
 
 // Good runs are repeated with each of their calls failing in turn, by each kind of failure that
 // fits it, and with the process killed right behind it.
 
 namespace {
 
-std::vector<std::string> kindsOfFailure(const std::string& call)
+using Kinds = std::vector<std::string>;
+
+Kinds kindsOfFailure(const std::string& call)
 {
-    static const std::map<std::string, std::vector<std::string>> kinds{
+    static const std::map<std::string, Kinds> kinds{
         {"read", {"error=5", "short"}},
         {"write", {"error=5", "short"}},
         {"select", {"error=4", "timeout"}},
@@ -22,52 +25,41 @@ std::vector<std::string> kindsOfFailure(const std::string& call)
         {"Ipad_Auth_Chip_Tx", {"throw=x", "throw-other", "false"}},
         {"Ipad_Auth_Chip_Rx", {"throw=x", "throw-other", "false", "count=0"}}};
     const auto found = kinds.find(call.substr(0, call.find('(')));
-    return found != kinds.end() ? found->second : std::vector<std::string>{"error=5"};
+    return found != kinds.end() ? found->second : Kinds{"error=5"};
 }
-
-/// What a failure that the tool does not judge may bring about, besides a failed run.
-enum Course {
-    asIfGood,  ///< all is sent, as in the good run
-    endsThere, ///< nothing more is sent, and the status is 0
-    leavesOut, ///< some of what the good run sends is missing, and the status is 0
-};
 
 /// Calls whose result the tool does not examine, or judges more gently than by failing.
 struct Exception {
     const char* reason;
-    Course course;
+    bool endsThere;      ///< nothing more is sent; otherwise all is, as in the good run
     const char* failure; ///< pattern of "LAST COMMAND | CALL = GOOD RESULT | KIND"
 };
 
 const std::vector<Exception> exceptions{
-    {"reports go to standard output instead", asIfGood, R"(\| fopen\(p,)"},
-    {"a failing progress file never stops a run", asIfGood, R"(\| (write|fsync|close)\(p[,)])"},
-    {"a stream goes on behind a short count", asIfGood,
-     R"(\| (read\([\w.]+\.hex,|write\([\w./]+\.hex\.bin,).*(short|count=0))"},
-    {"a stream that has brought something is asked again", asIfGood,
-     R"(\| read\(fw\.hex, \d+\) = (?!3000).*error=5)"},
-    {"what can't be removed is no obstacle, or can't be opened", asIfGood, R"(\| unlink\()"},
-    {"whoever programs an image checks the whole of it first", asIfGood,
-     R"(\| (write|lseek)\(fw\.hex\.bin,.*error=5)"},
-    {"the result of the write is the driver's answer", asIfGood, R"(\| fsync\(/dev/arm-program\))"},
-    {"all is done by then", asIfGood, R"(\| close\()"},
-    {"draining never fails an update", asIfGood,
-     R"(^ \| (select|read)\(/dev/arm-comms, (0\.0+|10)\))"},
-    {"a GPS PIC that can't be asked gets no update", endsThere,
-     R"(\(5, [67], +\| (select|read|Pic_Update_Comm_Tx)\((?!kt))"},
-    {"for the update a read error is the end of the file", leavesOut,
-     R"(\(\d, [245], .* \| read\([\w.]+\.hex,.*error=5)"},
-    {"nobody waits for the result", asIfGood, R"(\| Ipad_Auth_Chip_Tx\(.*false)"},
-    {"what is in the buffer is shown, whatever the chip says", asIfGood,
-     R"(\| Ipad_Auth_Chip_Rx\(\d+, 1\) \| (false|count=0))"},
-    {"a chip without a certificate is no failure", endsThere,
-     R"(\| Ipad_Auth_Chip_Rx\(48, 2\) \| false)"},
+    {"reports go to standard output instead", false, "*| fopen(p,*"},
+    {"a failing progress file never stops a run", false, "*| @(write|fsync|close)(p[,)]*"},
+    {"a stream goes on behind a short count", false,
+     R"(*| @(read\(*.hex|write\(*.hex.bin),*short)"},
+    {"a stream that has brought something is asked again", false,
+     "*| read(fw.hex, *) = !(3000) | error=5"},
+    {"whoever programs an image checks the whole of it first", false,
+     "*| @(write|lseek)(fw.hex.bin,*error=5"},
+    {"what can't be removed can't be opened, or is no obstacle", false, "*| unlink(*fw.hex.bin)*"},
+    {"the result of the write is the driver's answer", false, "*| fsync(/dev/arm-program)*"},
+    {"all is done by then", false, "*| close(*"},
+    {"draining never fails an update", false, " | @(select|read)(/dev/arm-comms, @(0.0*|10))*"},
+    {"a GPS PIC that can't be asked gets no update", true,
+     R"(*\(5, [67], * | @(select|read|Pic_Update_Comm_Tx)\([!k]*)"},
+    {"nobody waits for the result", false, "*| Ipad_Auth_Chip_Tx(*false"},
+    {"what is in the buffer is shown, whatever the chip says", false,
+     "*| Ipad_Auth_Chip_Rx(*, 1) | @(false|count=0)"},
+    {"a chip without a certificate is no failure", true, "*| Ipad_Auth_Chip_Rx(48, 2) | false"},
 };
 
 const Exception* findException(const std::string& failure)
 {
     const auto found = std::find_if(exceptions.begin(), exceptions.end(), [&](const auto& row) {
-        return std::regex_search(failure, std::regex(row.failure));
+        return fnmatch(row.failure, failure.c_str(), FNM_EXTMATCH) == 0;
     });
     return found != exceptions.end() ? &*found : nullptr;
 }
@@ -83,16 +75,7 @@ std::vector<std::string> sentIn(const std::vector<std::string>& calls)
     return sent;
 }
 
-bool isPrefix(const std::vector<std::string>& part, const std::vector<std::string>& whole)
-{
-    return part.size() <= whole.size() && std::equal(part.begin(), part.end(), whole.begin());
-}
-
-struct GoodRun {
-    std::string name;
-    std::string arguments;
-    std::string script;
-};
+using GoodRun = std::array<std::string, 3>; // its name, its arguments, its script
 
 class FailingCallsTest : public ToolTest, public testing::WithParamInterface<GoodRun> {
 protected:
@@ -107,11 +90,10 @@ protected:
 
     ToolResult runAnew(const std::string& failure)
     {
-        for (const char* name : {"p", "fw.hex.bin", "volatile/fw.hex.bin"}) {
-            std::filesystem::remove(folder / name);
+        for (const char* name : {"/p", "/fw.hex.bin", "/volatile/fw.hex.bin"}) {
+            std::remove((folder + name).c_str());
         }
-        ++runs;
-        return run(GetParam().arguments, GetParam().script + "set fail \"" + failure + "\"\n");
+        return run(GetParam()[1], GetParam()[2] + "set fail \"" + failure + "\"\n");
     }
 
     void failCall(std::size_t number, const std::string& kind)
@@ -130,17 +112,14 @@ protected:
         std::erase_if(opened, [](const std::string& open) { return !open.ends_with(" = 0"); });
         EXPECT_EQ(opened.size(), result.callsOf({"close("}).size());
         const Exception* const exception = findException(failure);
-        const auto sent = sentIn(result.calls);
-        const auto all = sentIn(good.calls);
-        const Course course = exception != nullptr ? exception->course : endsThere;
-        EXPECT_TRUE(course == leavesOut || isPrefix(sent, all));
         if (exception == nullptr) {
             EXPECT_EQ(result.status, failed);
+            EXPECT_EQ(sentIn(result.calls), before);
+        } else if (result.status == 0) {
+            isExceptionNeeded[exception] = true;
+            EXPECT_EQ(sentIn(result.calls), exception->endsThere ? before : sentIn(good.calls));
         } else {
-            isExceptionNeeded[exception] |= result.status == 0;
-        }
-        if (course != leavesOut && (exception == nullptr || result.status == 0)) {
-            EXPECT_EQ(sent.size(), (course == endsThere ? before : all).size());
+            isExceptionNeeded.insert({exception, false});
         }
     }
 
@@ -148,19 +127,22 @@ protected:
     {
         SCOPED_TRACE("killed behind " + good.calls[number - 1]);
         const ToolResult result = runAnew(std::to_string(number) + " kill");
-        EXPECT_EQ(result.status, endedBy(SIGKILL));
+        EXPECT_EQ(result.status, endedBy + SIGKILL);
         EXPECT_EQ(result.calls.size(), number);
-        EXPECT_TRUE(isPrefix(sentIn(result.calls), sentIn(good.calls)));
         expectSound(result);
     }
 
-    /// Whatever has happened: only a run that has sent all says so, and an image that would be
-    /// programmed is whole.
+    /// Whatever has happened: what was sent belongs to the good run, only a run that has sent all
+    /// says so, and an image that would be programmed is whole.
     void expectSound(const ToolResult& result) const
     {
-        if (std::regex_search(read("p") + result.output, std::regex("(^|\n|Progress: )100\n"))) {
-            EXPECT_TRUE(sentIn(result.calls) == sentIn(good.calls) && result.status != failed);
+        auto all = sentIn(good.calls);
+        const auto sent = sentIn(result.calls);
+        if ((read("p") + result.output).find("100\n") != std::string::npos) {
+            EXPECT_TRUE(sent == all && result.status != failed);
         }
+        all.resize(std::min(all.size(), sent.size()));
+        EXPECT_EQ(sent, all);
         const std::string left = read("fw.hex.bin");
         EXPECT_TRUE(left.size() < packetSize || left.substr(4, 4) == words({0}) || left == image);
     }
@@ -168,7 +150,6 @@ protected:
     const std::string data = makeData(2 * chunkSize);
     ToolResult good;
     std::string image;
-    int runs = 0;
     std::map<const Exception*, bool> isExceptionNeeded;
 };
 
@@ -186,10 +167,9 @@ TEST_P(FailingCallsTest, AreNotMistakenForSuccess)
     for (const auto& [exception, isNeeded] : isExceptionNeeded) {
         EXPECT_TRUE(isNeeded) << "superfluous: " << exception->failure;
     }
-    std::cout << runs << " runs of " << GetParam().arguments << "\n";
 }
 
-const char* const shortReads = "fw.hex:read count=3000\n";
+const std::string shortReads = "fw.hex:read count=3000\n";
 
 INSTANTIATE_TEST_SUITE_P(
     Of, FailingCallsTest,
@@ -198,10 +178,10 @@ INSTANTIATE_TEST_SUITE_P(
                     GoodRun{"ConvertingAHexFile", "--firmware-hex fw.hex", shortReads},
                     GoodRun{"UpdatingABatteryPack", "--program-pic orvel_base_user_3_1_20.hex",
                             "/dev/arm-comms:read hex=01\n"
-                            "orvel_base_user_3_1_20.hex:read count=200 ok ok count=200\n"},
+                            "orvel_base_user_3_1_20.hex:read count=200\n"},
                     GoodRun{"UpdatingTheGpsBoard", "--program-pic kt4100_gps_v8.hex", ""},
                     GoodRun{"ReadingTheAuthenticationChip", "--comm-listen",
                             "Ipad_Auth_Chip_Rx ok ok ok ok ok ok ok ok hex=00C8\n"}),
-    [](const auto& run) { return run.param.name; });
+    [](const auto& run) { return run.param[0]; });
 
 } // namespace

@@ -1,13 +1,11 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <numeric>
-#include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 // Firmware files as the tests make them, byte by byte and without the tool's own code.
@@ -56,8 +54,11 @@ inline std::string words(const std::vector<std::uint32_t>& values)
 /// What makes the bytes add up to 0 modulo 256.
 inline unsigned int checksumOf(const std::string& bytes)
 {
-    const auto add = [](unsigned int sum, unsigned char byte) { return sum + byte; };
-    return -std::accumulate(bytes.begin(), bytes.end(), 0U, add) & 0xFF;
+    unsigned int sum = 0;
+    for (const char byte : bytes) {
+        sum -= static_cast<unsigned char>(byte);
+    }
+    return sum & 0xFF;
 }
 
 /// One line of an Intel HEX file.
@@ -87,9 +88,11 @@ inline std::string hexRows(std::uint32_t address, const std::string& data, std::
 /// Bytes that look random and are the same in each run.
 inline std::string makeData(std::size_t size)
 {
-    std::mt19937 generator(1);
     std::string data(size, '\0');
-    std::generate(data.begin(), data.end(), [&] { return static_cast<char>(generator()); });
+    for (std::uint32_t state = 1; char& byte : data) {
+        state = state * 1664525 + 1013904223;
+        byte = static_cast<char>(state >> 24);
+    }
     return data;
 }
 
@@ -100,15 +103,29 @@ inline std::string imagePacket(std::uint32_t type, std::uint32_t index, std::uin
     return words({type, index, address, std::uint32_t(data.size()), checksumOf(data)}) + data;
 }
 
-/// A whole image of the chunks that begin at `address`.
+/// Addresses and data of chunks, which are filled up.
+using Chunks = std::vector<std::pair<std::uint32_t, std::string>>;
+
+/// The image of the chunks, or what a conversion leaves that fails behind them.
+inline std::string imageOf(const Chunks& chunks, bool isComplete = true)
+{
+    const auto count = static_cast<std::uint32_t>(isComplete ? chunks.size() : 0);
+    std::string image;
+    for (std::uint32_t i = 0; const auto& [address, data] : chunks) {
+        image += imagePacket(i == 0 ? 0xFEED001A : 0xFEED001B, i == 0 ? count : i, address,
+                             data + std::string(chunkSize - data.size(), '\xFF'));
+        ++i;
+    }
+    return isComplete ? image + imagePacket(0xFEED001C, 0, 0, "") : image;
+}
+
+/// An image of the data from `address` on.
 inline std::string makeImage(std::uint32_t address, const std::string& data)
 {
-    const auto count = static_cast<std::uint32_t>(data.size() / chunkSize);
-    std::string image;
-    for (std::uint32_t i = 0; i < count; ++i) {
-        image += imagePacket(i == 0 ? 0xFEED001A : 0xFEED001B, i == 0 ? count : i,
-                             address + i * std::uint32_t{chunkSize},
-                             data.substr(i * chunkSize, chunkSize));
+    Chunks chunks;
+    for (std::size_t offset = 0; offset < data.size(); offset += chunkSize) {
+        chunks.emplace_back(address + static_cast<std::uint32_t>(offset),
+                            data.substr(offset, chunkSize));
     }
-    return image + imagePacket(0xFEED001C, 0, 0, "");
+    return imageOf(chunks);
 }

@@ -1,76 +1,184 @@
-#include "base/Checksum.h"
-#include "base/HexDigits.h"
-#include "base/HexGroups.h"
 #include "tests/FirmwareFiles.h"
 #include "tests/ToolRun.h"
 
-#include <array>
-#include <cstdlib>
-#include <regex>
-
 namespace {
 
-/// Every character at every place of a group that is decoded at once, and of the pairs behind it.
-TEST(HexDigits, AreDecodedTogetherAsEachAlone)
+const std::string head = "Running task: Intel HEX to binary\n";
+const std::string caught = "Caught AppException: firmware/IntelHexParser.cpp (LINE): ";
+
+constexpr std::uint32_t start = 0x08000000;
+constexpr std::uint32_t next = start + chunkSize;
+
+const std::string data = makeData(2 * chunkSize);
+const std::string first = data.substr(0, chunkSize);
+const std::string rows = hexRows(start, data);
+const std::string sixteen = data.substr(0, 16);
+const std::string row = hexRows(start, sixteen); // lines 1 and 2
+
+const Chunks both{{start, first}, {next, data.substr(chunkSize)}};
+const Chunks one{{start, sixteen}};
+
+std::string replaced(std::string text, const std::string& old, const std::string& replacement)
 {
-    constexpr std::size_t pairs = HexGroups::groupPairs + 3;
-    std::array<std::uint8_t, 1024> bytes{};
-    for (std::size_t place = 0; place < 2 * pairs; ++place) {
-        for (int character = 0; character < 256; ++character) {
-            std::string text = "0123456789abcdefABCDEF";
-            text[place] = static_cast<char>(character);
-            const auto sum = decodeHexDigits(text.data(), pairs, bytes.data());
-            ASSERT_EQ(sum.has_value(), hexDigitValue(text[place]) >= 0) << text;
-            for (std::size_t pair = 0; sum && pair < pairs; ++pair) {
-                ASSERT_EQ(bytes[pair], hexPairValue(&text[2 * pair])) << text;
-            }
-            ASSERT_TRUE(!sum || *sum == byteSum(std::span(bytes).first(pairs))) << text;
-        }
+    for (std::size_t i = 0; (i = text.find(old, i)) != text.npos; i += replacement.size()) {
+        text.replace(i, old.size(), replacement);
     }
-    for (const std::size_t count : std::array<std::size_t, 4>{8, 9, 16, bytes.size()}) {
-        const std::string largest(2 * count, 'F'); // sums do not run into each other
-        EXPECT_EQ(decodeHexDigits(largest.data(), count, bytes.data()), -count % 256) << count;
-    }
+    return text;
 }
+
+const std::string done = "Program bytes written: 1024. Finishing file...\n";
+const std::string done2 = "Program bytes written: 2048. Finishing file...\n";
+const std::string remaining = "Using remaining data from last line\n";
+const std::string crossing = "Write is crossing chunks\n" + remaining;
+const std::string jump = "This write has jumped too far beyond our chunk.\n";
+const std::string unaligned = caught + "Invalid line address\n";
+const std::string backwards = "Address moved backwards\nParse Error on line: 4\n" + caught +
+                              "Not currently handled backward jumping\n";
+const std::string noData = "No actual program data in file\n";
+const std::string noEnd = caught + "No more input data and end marker not located\n";
+const std::string twice = caught + "Invalid file: Encountered ':' at least twice\n";
+const std::string noRoom =
+    caught + "Failed parsing any data lines and now out of buffer room. aborting\n";
+const std::string onLine1 = "Parse Error on line: 1\n" + caught;
+const std::string handled = "Already handled SLAR: :040000\n";
+const std::string entry = hexRecord(5, 0, "\x08\x02\x01\x31");
+const std::string gap(16, '\xFF');
+const Chunks gapped{{start, sixteen + gap + sixteen}};
+const Chunks withEnd{{start, sixteen + std::string(0x3E0, '\xFF') + sixteen}};
+const Chunks overBorder{{0x0800FC00, first}, {0x08010000, both[1].second}};
+const std::string largest(255, '\xFF');
+const auto at = [](std::uint32_t address) { return hexRows(address, sixteen) + hexEnd; };
+const auto behind = [](unsigned int offset) { return row + hexRecord(0, offset, sixteen); };
+
+/// Texts of files, what is printed, and the chunks of the image.
+const Rows<std::string, std::string, Chunks> conversions{
+    {"rows of 16 bytes", rows + hexEnd, done2, both},
+    {"rows of 2", hexRows(start, data, 2) + hexEnd, done2, both},
+    {"rows of 24", hexRows(start, data, 24) + hexEnd, crossing + done2, both},
+    {"rows of 255", hexRows(start, data, 255) + hexEnd, crossing + done2, both},
+    {"a character too many", replaced(rows + hexEnd, "\n", "0\n"), done2, both},
+    {"blanks and CR", replaced(rows + hexEnd, "\n", " \r\n"), done2, both},
+    {"text in front and lower case", "x:020000040800f2\nx" + replaced(rows, "\n", "\nx") + hexEnd,
+     done2, both},
+    {"text behind the end", rows + hexEnd + "::\n", done2, both},
+    {"over a border of 64 KiB", hexRows(0x0800FC00, data) + hexEnd, done2, overBorder},
+    {"the last chunk of all", hexRows(0xFFFFFC00, first) + hexEnd, done, {{0xFFFFFC00, first}}},
+    {"the largest sum", hexRecord(0, 0, largest) + hexEnd, done, {{0, largest}}},
+    {"no extended address", hexRecord(0, 0x410, sixteen) + hexEnd, done, {{0x410, sixteen}}},
+    {"in another order", behind(32) + hexRecord(0, 16, gap) + hexEnd, done, gapped},
+    {"a gap", behind(32) + hexEnd, done, gapped},
+    {"a gap in a full chunk", behind(0x3F0) + hexEnd, unaligned, withEnd},
+    {"a jump", row + at(next), jump + remaining + done2, {one[0], {next, sixteen}}},
+    {"a far jump", row + at(0x87FFFC00), jump + remaining + done2, {one[0], {0x87FFFC00, sixteen}}},
+    {"2 GiB", row + at(0x88000000), backwards, {}},
+    {"backwards", row + at(start - 16), backwards, {}},
+    {"an unaligned jump", behind(0x410) + hexEnd, jump + unaligned, one},
+    {"unaligned", hexRows(start + 16, first) + hexEnd, unaligned, {{start + 16, first}}},
+    {"an empty record takes nothing back", row + hexRecord(0, 0, "") + hexEnd, done, one},
+    {"an empty record", hexRecord(0, 0, "") + hexEnd, noData, {}},
+    {"an end with data", row + hexRecord(1, 0x1234, "xy"), done, one},
+    {"only an end", hexEnd, noData, {}},
+    {"nothing", "", noEnd, {}},
+    {"no end", rows + row.substr(0, row.size() - 1), noEnd, both},
+    {"an end without a line feed", ":00000001FF", noEnd, {}},
+    {"an entry point last", row + entry + hexEnd, handled + done, one},
+    {"entry points first", entry + entry + row + hexEnd, handled + done, one},
+    {"a further one of 5 bytes", row + hexRecord(5, 0xABCD, "12345") + hexEnd,
+     "Already handled SLAR: :05abcd\n" + done, one},
+    {"one of 3 bytes", hexRecord(5, 0, "123"), onLine1 + "Invalid data\n", {}},
+    {"two colons", row + ":" + hexEnd, "Parse Error on line: 2\n" + twice, {}},
+    {"two colons, not read to the end", "::", "Parse Error on line: 0\n" + twice, {}},
+    {"a line that fits", std::string(4096 - hexEnd.size(), 'x') + hexEnd, noData, {}},
+    {"a longer line", std::string(4097 - hexEnd.size(), 'x') + hexEnd, noRoom, {}},
+};
 
 class HexConversionTest : public ToolTest {
 protected:
-    /// Converts a HEX text and returns what the task printed, without the lines of source places.
-    std::string convert(const std::string& hex)
+    /// Converts a HEX text and expects this output behind the task's name, the status that goes
+    /// with it, and the image. LINE stands for the line number of a source.
+    void expectConversion(const std::string& hex, const std::string& printed, const Chunks& chunks)
     {
         write("fw.hex", hex);
+        write("fw.hex.bin", "left by an earlier run");
         const ToolResult result = run("--firmware-hex fw.hex");
-        status = result.status;
-        const std::regex place(R"((IntelHexParser\.(?:h|cpp)) \(\d+\))");
-        return std::regex_replace(result.output, place, "$1");
+        std::string output = result.output;
+        if (const std::size_t place = output.find(" ("); place != std::string::npos) {
+            const std::size_t stop = output.find_first_not_of("0123456789", place + 2);
+            output.replace(place + 2, stop - place - 2, stop > place + 2 ? "LINE" : "");
+        }
+        EXPECT_TRUE(isSame(output, head + printed));
+        const bool isComplete = printed.ends_with("Finishing file...\n");
+        EXPECT_EQ(result.status, isComplete ? 0 : failed);
+        EXPECT_TRUE(isSame(read("fw.hex.bin"), imageOf(chunks, isComplete)));
     }
-
-    int status = 0;
 };
 
-const std::string head = "Running task: Intel HEX to binary\n";
-
-/// The fuzz targets' corpora hold many more texts.
-TEST_F(HexConversionTest, TellsWhatItDidAndWhatIsWrong)
+TEST_F(HexConversionTest, PlacesWhatTheFileSays)
 {
-    const std::string data = makeData(2048);
-    const std::string rows = hexRows(0x08000000, data);
-    const std::string whole = makeImage(0x08000000, data);
-    const std::string uncounted = std::string(whole).replace(4, 4, words({0}));
-    const std::string twoPackets = uncounted.substr(0, 2 * packetSize);
-    const std::string place = "Caught AppException: firmware/IntelHexParser.";
-    const Rows<std::string, std::string, std::string, int> cases{
-        {"good", rows + hexEnd, "Program bytes written: 2048. Finishing file...\n", whole, 0},
-        {"no end", rows, place + "cpp: No more input data and end marker not located\n", twoPackets,
-         failed},
-        {"long line", ":" + std::string(1026, '0') + "\n" + hexEnd, place + "h: Invalid params!\n",
-         "", failed},
-        {"bad digit", ":000000G1FF\n" + hexEnd, "Error: Invalid byte format in data\n", "", failed},
+    for (const auto& [what, hex, printed, chunks] : conversions) {
+        SCOPED_TRACE(what);
+        expectConversion(hex, printed, chunks);
+    }
+    for (std::size_t shift = 0; shift < 46; ++shift) { // wherever in a line a read ends
+        SCOPED_TRACE(shift);
+        const std::string text = std::string(shift, 'x') + replaced(rows, "\n", "\r\n");
+        expectConversion(text + hexEnd, done2, both);
+        expectConversion(text.substr(0, text.size() - 1), noEnd, {both[0]}); // no old line feed
+    }
+}
+
+/// Lines that end a conversion, in front and behind a chunk; # stands for the number of the line.
+TEST_F(HexConversionTest, RefusesBadLines)
+{
+    const std::string record = hexRecord(0, 0, sixteen);
+    const std::string bad = "Parse Error on line: #\n" + caught;
+    const std::string noStart =
+        "Warning: missed starting on line: #\n" + caught + "Missed starting marker!\n";
+    const std::string fewBytes = "Error: Invalid line format. Not enough bytes\n";
+    const std::string otherLength = "Error: Not enough data bytes in line\n";
+    const std::string badByte = "Error: Invalid byte format in data\n";
+    const std::string badSum = bad + "Invalid checksum encountered in file\n";
+    const std::string invalid = bad + "Invalid data\n";
+    const std::string unknown = bad + "Unknown line format in file\n";
+    const auto changed = [&](std::size_t place, std::size_t count, const char* text) {
+        return std::string(record).replace(place, count, text);
     };
-    for (const auto& [what, hex, output, image, expectedStatus] : cases) {
-        EXPECT_EQ(convert(hex), head + output) << what;
-        EXPECT_EQ(status, expectedStatus) << what;
-        EXPECT_TRUE(isSame(read("fw.hex.bin"), image)) << what;
+    const Rows<std::string, std::string> cases{
+        {"empty line", "\n", noStart},
+        {"wrong first character", changed(0, 1, ";"), noStart},
+        {"a colon", ":\n", bad + "Invalid input to parseLine!\n"},
+        {"one digit", ":0\n", bad + "Invalid input to parseLine!\n"},
+        {"three bytes", ":000000\n", fewBytes},
+        {"four bytes", ":00000001\n", otherLength},
+        {"byte missing", changed(11, 2, ""), otherLength},
+        {"byte too many", changed(11, 0, "00"), otherLength},
+        {"half a byte missing", changed(42, 1, ""), otherLength},
+        {"CR inside", changed(20, 2, "\r0"), otherLength},
+        {"blank inside", changed(21, 0, " "), badByte},
+        {"bad digit in the count", changed(1, 1, "G"), badByte},
+        {"bad digit behind 9", changed(30, 1, ";"), badByte},
+        {"bad digit in front of 0", changed(31, 1, "/"), badByte},
+        {"bad digit in front of A", changed(32, 1, "@"), badByte},
+        {"bad digit behind F", changed(33, 1, "G"), badByte},
+        {"bad digit in front of a", changed(34, 1, "`"), badByte},
+        {"bad digit behind f", changed(35, 1, "g"), badByte},
+        {"no ASCII", changed(36, 1, "\xB1"), badByte},
+        {"wrong checksum", changed(4, 1, "1"), badSum},
+        {"wrong checksum of a short line", ":00000001FE\n", badSum},
+        {"type 2", hexRecord(2, 0, "ab"), bad + "Extended segment address not supported\n"},
+        {"type 3", hexRecord(3, 0, "abcd"), bad + "Start segment address not supported\n"},
+        {"type 6", hexRecord(6, 0, ""), unknown},
+        {"type 255", hexRecord(255, 0, ""), unknown},
+        {"short extended address", hexRecord(4, 0, "1"), invalid},
+        {"long extended address", hexRecord(4, 0, "123"), invalid},
+        {"512 bytes", ":" + std::string(1024, '0') + "\n", otherLength},
+        {"513 bytes", ":" + std::string(1026, '0') + "\n",
+         "Caught AppException: firmware/IntelHexParser.h (LINE): Invalid params!\n"},
+    };
+    for (const auto& [what, line, printed] : cases) {
+        SCOPED_TRACE(what);
+        expectConversion(line + hexEnd, replaced(printed, "#", "1"), {});
+        expectConversion(hexRows(start, first) + line, replaced(printed, "#", "66"), {both[0]});
     }
 }
 
@@ -79,28 +187,11 @@ TEST_F(HexConversionTest, ReportsFilesThatCannotBeOpened)
     const std::string noFile = "Failed to open hex firmware file\n";
     EXPECT_TRUE(run("--firmware-hex none.hex").gave(head + noFile, failed));
     EXPECT_EQ(read("none.hex.bin"), "(no file)");
-
-    std::filesystem::create_directories(folder / "fw.hex.bin");
-    EXPECT_EQ(convert(":"), head + "Failed to open binary firmware file\n");
-    EXPECT_EQ(status, failed);
+    shell("mkdir fw.hex.bin && touch fw.hex");
+    EXPECT_TRUE(
+        run("--firmware-hex fw.hex").gave(head + "Failed to open binary firmware file\n", failed));
     const ToolResult folderGiven = run("--firmware-hex fw.hex.bin");
-    EXPECT_NE(folderGiven.output.find("Error reading input file"), std::string::npos);
-}
-
-/// Files that others' tools wrote from a binary give its bytes back.
-TEST_F(HexConversionTest, ConvertsWhatObjcopyAndSrecCatWrite)
-{
-    const std::string data = makeData(150000);
-    write("fw.dat", data);
-    const std::string padded = data + std::string(147 * chunkSize - data.size(), '\xFF');
-    const std::string cd = "cd '" + folder.string() + "' && ";
-    for (const char* command :
-         {"objcopy -I binary -O ihex --change-addresses 0x08000000 fw.dat fw.hex",
-          "srec_cat fw.dat -binary -offset 0x08000000 -o fw.hex -intel -obs=255"}) {
-        ASSERT_EQ(std::system((cd + command).c_str()), 0) << command;
-        EXPECT_EQ(run("--firmware-hex fw.hex").status, 0) << command;
-        EXPECT_TRUE(isSame(read("fw.hex.bin"), makeImage(0x08000000, padded))) << command;
-    }
+    EXPECT_NE(folderGiven.output.find("): Error reading input file\n"), std::string::npos);
 }
 
 } // namespace

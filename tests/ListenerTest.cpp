@@ -1,17 +1,15 @@
 #include "tests/FirmwareFiles.h"
 #include "tests/ToolRun.h"
 
-#include <cerrno>
+#include <array>
 #include <csignal>
-#include <cstring>
 
 namespace {
 
-constexpr std::uint32_t keyTag = 0xfeedbe01;
+constexpr std::uint32_t keyTag = 0xfeedbe01; // that of GPS data, too
 constexpr std::uint32_t valueTag = 0xfeedbe02;
 constexpr std::uint32_t batteryTag = 0xfeedbe03;
 constexpr std::uint32_t dlsTag = 0xfeedbe04;
-constexpr std::uint32_t gpsTag = 0xfeedbe01;
 
 std::string record(std::uint32_t tag, const std::string& payload)
 {
@@ -29,11 +27,7 @@ std::string keyText(int code, int state = 0)
 }
 
 /// What a listener is called, where it listens and what it prints first.
-struct Listener {
-    const char* option;
-    std::string device;
-    std::string head;
-};
+using Listener = std::array<std::string, 3>;
 
 const Listener events{"--event-listen", "/dev/arm-events", "Running task: Arm-event test\n"};
 const Listener sensors{"--sensor-listen", "/dev/arm-sensors", "Running task: Arm-sensor test\n"};
@@ -45,13 +39,14 @@ protected:
     std::string listen(const Listener& listener, const std::vector<std::string>& blocks,
                        const std::string& script = "")
     {
-        std::string reads = "\n" + listener.device + ":read";
+        const auto& [option, device, head] = listener;
+        std::string reads = "\n" + device + ":read";
         for (const std::string& block : blocks) {
             reads += " hex=" + toHex(block);
         }
-        result = run(listener.option, script + reads);
-        EXPECT_EQ(result.output.substr(0, listener.head.size()), listener.head);
-        return result.output.substr(listener.head.size());
+        result = run(option, script + reads);
+        EXPECT_TRUE(result.output.starts_with(head)) << result.output;
+        return result.output.substr(std::min(head.size(), result.output.size()));
     }
 
     ToolResult result;
@@ -75,18 +70,21 @@ TEST_F(ListenerTest, PrintsEveryKindOfEvent)
         {"sensor and counter", record(valueTag, words({1, 0, 1, 7, 2, 0xFFFFFFFD})),
          "Magnetic sensor: Open\nMagnetic sensor: Close\nCount changed: -3\n"},
         {"faults", record(valueTag, words({3, 0x38, 3, 0xFFFFFFC7, 3, 0x80000010})),
-         "Fault code: 0x38\n\tVideo Loss\n\tVideo Recover\n\tPower Critical\nFault code: "
-         "0xffffffc7\n"
-         "Fault code: 0x80000010\n\tVideo Recover\n"},
+         "Fault code: 0x38\n\tVideo Loss\n\tVideo Recover\n\tPower Critical\n"
+         "Fault code: 0xffffffc7\nFault code: 0x80000010\n\tVideo Recover\n"},
         {"batteries", record(batteryTag, battery + battery),
          "Right Battery information\n" + batteryText + "Left Battery information\n" + batteryText},
         {"no battery", record(batteryTag, std::string(79, 'x')), noBattery},
         {"battery cut short", record(batteryTag, battery + battery).substr(0, 87), noBattery},
         {"DLS", record(dlsTag, words({0x123456FF, 0xFFFFFFFF, 1, 2})),
          "id:255\nstate:4294967295\nid:1\nstate:2\n"},
+        {"one DLS", record(dlsTag, words({7, 8})), "id:7\nstate:8\n"},
         {"no DLS", record(dlsTag, "xxxx"), "Error Dumping DLS Events. No Records\n"},
         {"no whole value, unknown tag",
          record(valueTag, "xxxxxxx") + record(0xfeedbe05, "x") + key(1, 1), keyText(1, 1)},
+        {"a header at the end", key(1, 1) + words({batteryTag, 0}), keyText(1, 1)},
+        {"headers alone", words({batteryTag, 0, batteryTag, 0}), noBattery},
+        {"a header in front of a byte", words({batteryTag, 0}) + "x", noBattery},
         {"a header alone", "12345678", "Did not read enough bytes, only: 8\n"},
         {"no bytes", "", "Did not read enough bytes, only: 0\n"},
         {"unknown value", record(valueTag, words({0x10001, 0xFFFFFFFF})) + record(5, "") + "abcd",
@@ -97,16 +95,13 @@ TEST_F(ListenerTest, PrintsEveryKindOfEvent)
         {"an endless record", words({keyTag, 0xFFFFFFF8, 1, 5, 1}) + "x", keyText(1, 1)},
     };
     std::vector<std::string> blocks;
-    for (const auto& [what, block, expected] : cases) {
+    std::string expected;
+    for (const auto& [what, block, text] : cases) {
         blocks.push_back(block);
+        expected += text;
     }
-    std::string output = listen(events, blocks);
-    for (const auto& [what, block, expected] : cases) {
-        EXPECT_EQ(output.substr(0, expected.size()), expected) << what;
-        output.erase(0, expected.size());
-    }
-    EXPECT_EQ(output, "");
-    EXPECT_EQ(result.status, endedBy(SIGTERM));
+    EXPECT_TRUE(isSame(listen(events, blocks), expected));
+    EXPECT_EQ(result.status, endedBy + SIGTERM);
     EXPECT_EQ(result.callsOf({"ZeroReelCount"}).size(), 0);
 }
 
@@ -123,8 +118,8 @@ TEST_F(ListenerTest, WaitsPausesAndReadsInTurn)
                          "read(/dev/arm-events, 4096) = 8\nselect(/dev/arm-events, none) = 0\n"
                          "close(/dev/arm-events) = 0\n"));
     EXPECT_EQ(result.status, 0);
-    EXPECT_TRUE(result.errors.starts_with(std::string("[Video] Arm-event read error: ") +
-                                          std::strerror(EAGAIN)));
+    EXPECT_TRUE(result.errors.starts_with(
+        "[Video] Arm-event read error: Resource temporarily unavailable\n"));
 }
 
 TEST_F(ListenerTest, ActsOnReleasedKeys)
@@ -185,7 +180,7 @@ TEST_F(ListenerTest, LeavesOtherExceptionsToTheProgram)
                    std::string(call) + " throw=x");
         EXPECT_TRUE(output.ends_with("Caught unknown error\n")) << call;
         EXPECT_EQ(result.status, failed) << call;
-        EXPECT_TRUE(result.lastCall().starts_with(call)) << call; // the device stays open
+        EXPECT_TRUE(result.calls.back().starts_with(call)) << call; // the device stays open
     }
 }
 
@@ -193,9 +188,9 @@ TEST_F(ListenerTest, PrintsGpsDataAndUnknownRecords)
 {
     const auto entry = [](std::uint32_t length) { return words({length}) + std::string(256, 'x'); };
     const std::string parsing = "Gonna do some GPS parsing soon.\n";
-    const std::string gps = record(gpsTag, entry(0x10052) + entry(0xFFFFFFFF) + "x");
+    const std::string gps = record(keyTag, entry(0x10052) + entry(0xFFFFFFFF) + "x");
     EXPECT_EQ(listen(sensors,
-                     {gps + record(0xfeedbe02, "x") + record(gpsTag, std::string(259, 'x')),
+                     {gps + record(0xfeedbe02, "x") + record(keyTag, std::string(259, 'x')),
                       record(0x0000000A, ""), record(0x0000000A, "x"), gps.substr(0, 300)},
                      "/dev/arm-sensors:read error=11"),
               "Gps Data Recv. Len = 65618\n" + parsing + "Gps Data Recv. Len = -1\n" + parsing +
@@ -210,17 +205,14 @@ TEST_F(ListenerTest, PrintsGpsDataAndUnknownRecords)
 TEST_F(ListenerTest, PrintsBluetoothBytesInLinesOfSixteen)
 {
     const std::string heading = "Got some BT TTY data\n";
-    std::string line;
-    for (int byte = 0; byte < 16; ++byte) {
-        line += "0xAB ";
-    }
-    line += "\n";
+    const std::string four = "0xAB 0xAB 0xAB 0xAB ";
+    const std::string line = four + four + four + four + "\n";
     EXPECT_EQ(listen(tty, {std::string(20, '\xAB'), std::string(32, '\xAB'), ""},
                      "/dev/ttyARM0:read error=11\n"
                      "/dev/ttyARM0:select ok timeout ok error=4 ok end"),
-              "Timed out waiting for BT TTY data\n" + heading + line + "0xAB 0xAB 0xAB 0xAB \n" +
-                  heading + line + line + heading);
-    EXPECT_EQ(result.status, endedBy(SIGTERM));
+              "Timed out waiting for BT TTY data\n" + heading + line + four + "\n" + heading +
+                  line + line + heading);
+    EXPECT_EQ(result.status, endedBy + SIGTERM);
     EXPECT_TRUE(result.errors.starts_with("Arm-tty read error: "));
     EXPECT_TRUE(read("trace").starts_with(
         "open(/dev/ttyARM0, 2050) = 0\nselect(/dev/ttyARM0, 1.000000) = 1\n"

@@ -1,4 +1,5 @@
 #include "pic/PicCommandChannel.h"
+#include "pic/PicFileName.h"
 #include "pic/PicGlobals.h"
 #include "tests/FirmwareFiles.h"
 #include "tests/ToolRun.h"
@@ -43,7 +44,7 @@ std::string repeat(std::size_t count, const std::string& text)
 std::string block(const char* command, const std::string& address, const std::string& rows)
 {
     const std::string bytes = fromHex(address) + rows;
-    return command + toHex(bytes + static_cast<char>(checksumOf(bytes)));
+    return command + toHex(bytes + static_cast<char>(checksumOf(bytes))) + ")\n";
 }
 
 TEST(PicCommandChannel, ForgetsTheCommandBehindItsAnswer)
@@ -59,6 +60,39 @@ TEST(PicCommandChannel, ForgetsTheCommandBehindItsAnswer)
     EXPECT_EQ(Cmd, lc::MoxArmControl::PicCmdNone);
 }
 
+TEST(PicFileName, GivesDeviceAndVersions)
+{
+    const std::string most(173, '.'); // only 199 characters count
+    const std::vector<std::tuple<std::string, int, std::array<std::uint16_t, 3>>> cases{
+        {"/media/usb/orvel_x_base_x_user_3_1_20_9.hex.bak", 1, {3, 1, 20}},
+        {"orvel_interface_user_12_0_7.hex", 2, {12, 0, 7}},
+        {"orvel_interface_base_user_1_2_3.hex", 1, {1, 2, 3}}, // the first one in the table
+        {"orvel_charger_interface_user_1_2_3.hex", 2, {1, 2, 3}},
+        {"a.hex/orvel_charger_user_-1_70000_ +5", 3, {65535, 4464, 5}},
+        {"orvel_base_user_2147483653_-4294967297_4294967299.hex", 1, {5, 65535, 3}},
+        {"orvel_base_user_x_0x1F_010.hex", 1, {0, 0, 10}},
+        {"orvel_base_user_1_2_.hex", 1, {1, 2, 0}},
+        {"orvel_base_user_1_2_3/kt4100_gps_v9.hex", 5, {9, 0, 0}},
+        {"kt4100_gps_v2_10.hex", 5, {2, 10, 0}},
+        {"kt4100_gps_v2_10_3_4.hex", 5, {2, 10, 3}},
+        {"&*%PROBE&*%", 255, {0, 0, 0}},
+        {most + "orvel_base_user_3_1_20.hex", 1, {3, 1, 20}},
+    };
+    for (const auto& [path, device, versions] : cases) {
+        const auto name = parsePicFileName(path);
+        EXPECT_TRUE(name && name->device == device && name->versions == versions) << path;
+    }
+    for (const std::string path :
+         {"orvel_base_user_1_2.hex", "orvel_base_user_1_2_3.HEX", "orvel_base_user_1_2_3hex",
+          "orvel_base_1_2_3.hex", "orvel_user_base_1_2_3.hex", "base_orvel_user_1_2_3.hex",
+          "orvel_shoe_user_1_2_3.hex", "Orvel_base_user_1_2_3.hex", "orvelbase_user_1_2_3.hex",
+          "orvel_baseuser_1_2_3.hex", "orvel_base_user1_2_3_4.hex", "kt4100_gps_V7.hex",
+          "kt4100_gps/orvel_base_user_1_2_3.hex", "_v1_kt4100_gps.hex", "./&*%PROBE&*%", ""}) {
+        EXPECT_FALSE(parsePicFileName(path)) << path;
+    }
+    EXPECT_FALSE(parsePicFileName(most + ".orvel_base_user_3_1_20.hex"));
+}
+
 /// A firmware file, and what its name says.
 struct PicFile {
     std::string name;
@@ -69,6 +103,7 @@ const PicFile battery{"orvel_base_user_3_1_20.hex", "1, Versions: 0003, 0001, 00
 const PicFile shoe{"orvel_interface_user_12_0_7.hex", "2, Versions: 0012, 0000, 0007"};
 const PicFile charger{"orvel_charger_user_5_0_2.hex", "3, Versions: 0005, 0000, 0002"};
 const PicFile gps{"kt4100_gps_v8.hex", "5, Versions: 0008, 0000, 0000"};
+const std::string timedOut = "PicUpdateErr: Timed out waiting for ARM Comm FD.\n";
 const std::string batteryUpdated = "Completed Orvel Bat Code Update\n";
 const std::string gpsUpdated = "Completed KT4100 GPS PIC Code Update\n";
 
@@ -84,23 +119,15 @@ protected:
                                  file.name + "]\nParsed Info. Dev: " + file.information + "\n";
         EXPECT_TRUE(isSame(result.output.substr(0, head.size()), head));
         std::string codes;
-        for (const std::string& command : commands()) {
-            codes += command[3];
+        sent.clear();
+        for (const std::string& call : result.callsOf({"Pic_Update_Comm_Tx("})) {
+            sent += call.substr(call.find('(') + 1) + "\n";
+            codes += sent[sent.rfind(',') - 1];
         }
         return codes + " " + result.output.substr(std::min(head.size(), result.output.size()));
     }
 
-    /// The commands sent, each as "DEVICE, COMMAND, PAYLOAD".
-    std::vector<std::string> commands() const
-    {
-        std::vector<std::string> sent;
-        const std::string call = "Pic_Update_Comm_Tx(";
-        for (const std::string& line : result.callsOf({call})) {
-            sent.push_back(line.substr(call.size(), line.size() - call.size() - 1));
-        }
-        return sent;
-    }
-
+    std::string sent; ///< the commands, each as "DEVICE, COMMAND, PAYLOAD)"
     ToolResult result;
 };
 
@@ -109,52 +136,52 @@ TEST_F(PicUpdateTest, SendsWhatTheFileHolds)
     const std::string pairs = fromHex("3FFF3FFF3FFF3FFF3FFF3FFF3FFF3FFF");
     const std::string mixed = fromHex("3FFF00000000000000000000000000FF");
     const std::string swapped = fromHex("FF3F00000000000000000000000000FF");
-    const Rows<PicFile, std::string, std::string, std::vector<std::string>> cases{
-        {"battery pack",
-         battery,
+    const std::string begin = "1, 0, )\n1, 2, 000300010014)\n";
+    const std::string end = "1, 3, )\n1, 1, )\n";
+    const std::string configured = "1, 5, " + toHex(configuration) + ")\n";
+    const Rows<PicFile, std::string, std::string, std::string> cases{
+        // the file's name, its text, what is printed, what is sent
+        {"battery pack", battery,
          hexRows(0x00010800, mixed + row + row + row + mixed) + hexRecord(0, 0, "") +
              toConfiguration + hexRecord(0, 0, configuration + "xy") +
              hexRecord(4, 0, bigEndian16(0x31)) + hexRecord(0, 0x10, "short") +
              hexRecord(2, 0, "ab") + ":0000\n" + hexEnd,
          "Not doing anything with line type 2\nInvalid num bytes in line 8\n" + batteryUpdated,
-         {"1, 0, ", "1, 2, 000300010014", block("1, 4, ", "00010800", mixed + row + row + row),
-          "1, 5, " + toHex(configuration),
-          block("1, 4, ", "00010840", swapped + "short" + filler.substr(5) + filler + filler),
-          "1, 3, ", "1, 1, "}},
-        {"no extended address, and a configuration of just its size",
-         battery,
+         begin + block("1, 4, ", "00010800", mixed + row + row + row) + configured +
+             block("1, 4, ", "00010840", swapped + "short" + filler.substr(5) + filler + filler) +
+             end},
+        {"no extended address, and a configuration of just its size", battery,
          hexRecord(0, 0x800, row) + toConfiguration + hexRecord(0, 0, configuration),
          batteryUpdated,
-         {"1, 0, ", "1, 2, 000300010014", "1, 5, " + toHex(configuration),
-          block("1, 4, ", "00000800", row + filler + filler + filler), "1, 3, ", "1, 1, "}},
-        {"the shoe, whose first version is marked",
-         shoe,
-         hexEnd,
-         "Completed Orvel Shoe Code Update\n",
-         {"2, 0, ", "2, 2, c00c00000007", "2, 3, ", "2, 1, "}},
-        {"charger, empty file",
-         charger,
-         "",
-         "Completed Orvel Charger Code Update\n",
-         {"3, 0, ", "3, 2, 000500000002", "3, 3, ", "3, 1, "}},
-        {"GPS board, which takes the low memory only",
-         gps,
+         begin + configured + block("1, 4, ", "00000800", row + filler + filler + filler) + end},
+        {"the shoe, whose first version is marked", shoe, hexEnd,
+         "Completed Orvel Shoe Code Update\n", "2, 0, )\n2, 2, c00c00000007)\n2, 3, )\n2, 1, )\n"},
+        {"charger, lines that end in other ways", charger,
+         ":00000001fF\r\n:00000001FF0\n:00000001FF0\r\n:000000\rx\n:00000001FF",
+         "Invalid num bytes in line 0\nCompleted Orvel Charger Code Update\n",
+         "3, 0, )\n3, 2, 000500000002)\n3, 3, )\n3, 1, )\n"},
+        {"GPS board, which takes the low memory only", gps,
          hexRows(0x800, repeat(4, pairs)) + toConfiguration + hexRecord(0, 0, row + row) +
              hexRows(0x10000, row) + ":000000\n" + hexEnd,
          "GPS PIC Mode: 1\nGPS PIC Version: 1 (0x1)\nInvalid num bytes in line 6\n" + gpsUpdated,
-         {"5, 6, ", "5, 7, ", "5, 0, ", "5, 2, 000800000000",
-          block("5, 4, ", "00000800", repeat(4, filler)), "5, 3, "}},
+         "5, 6, )\n5, 7, )\n5, 0, )\n5, 2, 000800000000)\n" +
+             block("5, 4, ", "00000800", repeat(4, filler)) + "5, 3, )\n"},
     };
-    for (const auto& [what, file, hex, output, sent] : cases) {
+    for (const auto& [what, file, hex, output, expected] : cases) {
         EXPECT_TRUE(update(file, hex).ends_with(" " + output)) << what << result.output;
         EXPECT_EQ(result.status, 0) << what;
-        EXPECT_EQ(commands(), sent) << what;
+        EXPECT_EQ(sent, expected) << what;
+    }
+    for (const char* extended : {":000000041234\n", ":01000004123400\n", ":0900000412340012\n"}) {
+        update(battery, extended + hexRecord(0, 0x5678, row)); // which the PIC may have no room for
+        EXPECT_EQ(sent, begin + block("1, 4, ", "12345678", row + filler + filler + filler));
     }
 }
 
 TEST_F(PicUpdateTest, WaitsForEachAnswer)
 {
-    update(gps, hexRows(0x800, row) + hexEnd, "set globals shown\nset gps-mode 2\nset gps-version 7\n");
+    update(gps, hexRows(0x800, row) + hexEnd,
+           "set globals shown\nset gps-mode 2\nset gps-version 7\n");
     EXPECT_EQ(result.callsOf({"open", "fopen", "select", "read(/dev", "close(/dev"}),
               splitLines("open(/dev/arm-comms, 2048) = 0\nselect(/dev/arm-comms, 0.000000) = 0\n"
                          "fopen(kt4100_gps_v8.hex, r) = 0\n" +
@@ -189,8 +216,8 @@ TEST_F(PicUpdateTest, DecidesOnTheGpsPicsModeAndVersion)
         {"to be updated", "set gps-mode 0\nset gps-version 9",
          "67023" + told(0, 9, "0x9") + gpsUpdated},
         {"not powered", "set gps-mode 255", notPowered},
-        {"silent", "set pic silent",
-         "6 PicUpdateErr: Timed out waiting for ARM Comm FD.\n" + notAsked},
+        {"equal", "set gps-version 8", "67" + told(1, 8, "0x8") + upToDate},
+        {"silent", "set pic silent", "6 " + timedOut + notAsked},
         {"no reply in any block", comms + ":read" + repeat(5, noAnswer), "67023 " + gpsUpdated},
         {"length 0", answer + toHex(reply(refused, 0)),
          "6 PicUpdateErr: Didn't get a response len.\n" + notAsked},
@@ -211,26 +238,24 @@ TEST_F(PicUpdateTest, JudgesTheFirstBlockBehindACommand)
     const std::string good = reply(accepted);
     const std::string two = words({replyTag, 2 * entrySize}) + good.substr(8);
     const auto error = [](const std::string& text) { return "0 PicUpdateErr: " + text + "\n"; };
-    const std::string next = "02 PicUpdateErr: Timed out waiting for ARM Comm FD.\n";
+    const std::string next = "02 " + timedOut;
+    const std::string waits = comms + ":select timeout ";
     const std::string badData = error("Bad Data Error.");
     const std::string noLength = error("Didn't get a response len.");
     const std::string isRefused = error("Update or Response Err.");
     const std::string upToDate = error("PIC version already up-to-date or newer.");
     const auto reads = [&](const std::string& data) {
-        return comms + ":select timeout ok timeout\n" + comms + ":read hex=" + toHex(data);
+        return waits + "ok timeout\n" + comms + ":read hex=" + toHex(data);
     };
     const Rows<std::string, std::string> cases{
-        {"the wait fails", comms + ":select timeout error=9",
-         error("Error waiting for ARM Comm FD.")},
-        {"time-out", comms + ":select timeout timeout",
-         error("Timed out waiting for ARM Comm FD.")},
+        {"the wait fails", waits + "error=9", error("Error waiting for ARM Comm FD.")},
+        {"time-out", waits + "timeout", "0 " + timedOut},
         {"the read fails", undrained + comms + ":read error=5", error("File Read Error.")},
         {"no bytes", reads(""), badData},
         {"a header alone", reads("12345678"), badData},
         {"another record", reads(other), next},
         {"accepted", reads(good), next},
-        {"no entry", reads(words({replyTag, entrySize - 1}) + std::string(entrySize - 1, '\x01')),
-         next},
+        {"no entry", reads(words({replyTag, 259}) + std::string(259, '\x01')), next},
         {"not newer", reads(reply(notNewer)), upToDate},
         {"refused", reads(reply(refused)), isRefused},
         {"length 0", reads(reply(notNewer, 0)), noLength},
@@ -249,25 +274,19 @@ TEST_F(PicUpdateTest, JudgesTheFirstBlockBehindACommand)
     }
 }
 
-/// Lets each command of good updates be refused in turn; behind the queries, which no status fails.
+/// The GPS PIC's check knows the commands. None is refused by a query's answer.
 TEST_F(PicUpdateTest, StopsAtTheFirstRefusal)
 {
-    const std::string hex =
-        hexRows(0x800, fourRows + row) + toConfiguration + hexRecord(0, 0, configuration) + hexEnd;
-    const Rows<PicFile, std::string, std::size_t, std::string> cases{
-        {"battery pack", battery, "0245431", 0, refused},
-        {"GPS board", gps, "6702443", 2, refused},
-        {"GPS board, which knows no other status", gps, "6702443", 2, notNewer},
-    };
-    for (const auto& [what, file, all, queries, status] : cases) {
-        EXPECT_TRUE(update(file, hex).starts_with(all + " ")) << what;
-        for (std::size_t failing = queries; failing < all.size(); ++failing) {
+    const std::string hex = hexRows(0x800, fourRows + row) + hexEnd;
+    const std::string all = "6702443";
+    for (std::size_t failing = 2; failing < all.size(); ++failing) {
+        for (const std::string& status : {refused, notNewer}) {
             const std::string script = undrained + comms + ":read" + repeat(failing, " ok") +
                                        " hex=" + toHex(reply(status));
-            const std::string outcome = update(file, hex, script);
-            EXPECT_TRUE(outcome.starts_with(all.substr(0, failing + 1) + " ")) << what << outcome;
-            EXPECT_TRUE(outcome.ends_with("PicUpdateErr: Update or Response Err.\n")) << what;
-            EXPECT_EQ(result.status, failed) << what;
+            const std::string outcome = update(gps, hex, script);
+            EXPECT_TRUE(outcome.starts_with(all.substr(0, failing + 1) + " ")) << outcome;
+            EXPECT_TRUE(outcome.ends_with("PicUpdateErr: Update or Response Err.\n")) << outcome;
+            EXPECT_EQ(result.status, failed) << failing;
         }
     }
 }
@@ -291,7 +310,10 @@ TEST_F(PicUpdateTest, RefusesBadFiles)
         {"long row", longRow, " Error: Program row of more than 16 bytes\n"},
         {"short configuration", toConfiguration + hexRecord(0, 0, row.substr(0, 13)),
          " Error: Configuration record of fewer than 14 bytes\n"},
-        {"extended address that lacks a byte", ":02000004FA\n", noAddress},
+        {"extended address of no byte", ":0000000400\n", noAddress},
+        {"extended address that lacks a byte", ":0200000400\n", noAddress},
+        {"more than 16 MiB", repeat(0x1000000 / hexEnd.size(), hexEnd),
+         " Error: HEX file of more than 16 MiB\n"},
     };
     for (const auto& [what, lines, outcome] : cases) {
         EXPECT_EQ(update(battery, hexRows(0x800, fourRows) + lines), outcome) << what;
@@ -299,40 +321,57 @@ TEST_F(PicUpdateTest, RefusesBadFiles)
     }
     EXPECT_EQ(update(battery, hexEnd, battery.name + ":read ok error=5\n"),
               " Error: HEX file can't be read to its end\n");
+    EXPECT_EQ(result.status, failed);
+    const std::string largest = repeat(0x1000000 / hexEnd.size(), hexEnd) + ":00\n"; // 16 MiB
+    EXPECT_EQ(update(battery, largest), "0231 Invalid num bytes in line 0\n" + batteryUpdated);
+    shell("mkfifo fifo_" + battery.name);
+    const std::string writing = " & cat " + battery.name + " >fifo_" + battery.name + "; wait $!";
+    EXPECT_TRUE(
+        run("--program-pic fifo_" + battery.name + writing).output.ends_with(batteryUpdated));
 }
 
 /// What is programmed in another way than the file may mean it is said on standard error.
-TEST_F(PicUpdateTest, WarnsOfRowsThatDoNotFollow)
+TEST_F(PicUpdateTest, WarnsOfWhatMayNotBeMeant)
 {
-    const Rows<std::string, std::string> cases{
-        {"consecutive", hexRows(0x7F0, fourRows + row), ""},
-        {"a gap between blocks", hexRows(0x800, fourRows) + hexRows(0x900, row), ""},
-        {"gaps", hexRows(0x800, fourRows + row) + hexRows(0x85A, row) + hexRows(0x10, row),
-         "Warning: the program row at 0000085A does not follow"},
-        {"short rows", hexRows(0x12800, row, 6), "Warning: the program row at 00012806 does"},
-        {"no rows", toConfiguration + hexRecord(0, 0, row) + hexEnd,
-         "Warning: no program rows for this PIC in the file\n"},
-        {"not read to the end", "\n",
-         "Warning: line 1 of the file can't be decoded; the update will end there, unfinished\n"},
+    const std::string stray = "Warning: the program row at ";
+    const std::string follow =
+        " does not follow the one before it; rows are sent in the order of the file and lie one "
+        "behind the other in a block, whatever their addresses\n";
+    const std::string noRows = "Warning: no program rows for this PIC in the file\n";
+    const std::string noEnd =
+        "Warning: the file has no end-of-file record; it may have been cut off\n";
+    const auto undecodable = [](const char* line) {
+        return std::string("Warning: line ") + line +
+               " of the file can't be decoded; the update will end there, unfinished\n";
     };
-    for (const auto& [what, hex, warning] : cases) {
-        update(battery, hex + hexEnd);
-        const std::string own = result.errors.substr(0, result.errors.find("[simulated"));
-        EXPECT_TRUE(own.starts_with(warning)) << what;
-        EXPECT_EQ(splitLines(own).size(), warning.empty() ? 0 : 1) << what;
+    const Rows<std::string, std::string> cases{
+        {"consecutive", hexRows(0x7F0, fourRows + row) + hexEnd, ""},
+        {"a gap between blocks", hexRows(0x800, fourRows) + hexRows(0x900, row) + hexEnd, ""},
+        {"gaps, no end", hexRows(0x800, fourRows + row) + hexRows(0x85A, row) + hexRows(0x10, row),
+         stray + "0000085A" + follow + noEnd},
+        {"short rows", hexRows(0x12800, row, 6) + hexEnd, stray + "00012806" + follow},
+        {"no rows", toConfiguration + hexRecord(0, 0, row) + hexEnd, noRows},
+        {"nothing", "", noRows + noEnd},
+        {"an empty line", "\n", undecodable("1")},
+        {"short rows and a cut line", hexRows(0x800, row, 6) + ":1",
+         stray + "00000806" + follow + undecodable("5")},
+        {"no more bytes than looked at", hexRows(0x800, row) + hexEnd + "x\nx\n", undecodable("4")},
+    };
+    for (const auto& [what, hex, warnings] : cases) {
+        update(battery, hex);
+        EXPECT_EQ(result.errors.substr(0, result.errors.find("[simulated")), warnings) << what;
     }
 }
 
-/// Draining goes on behind an empty read, but not for ever.
+/// Draining goes on behind an empty read, but not for ever: what comes then answers a command.
 TEST_F(PicUpdateTest, ThrowsAwayWhatWaitsOnTheDevice)
 {
-    constexpr std::size_t mostEmptyReads = 100;
-    const std::string nearlyAll = repeat(mostEmptyReads - 1, " hex=");
+    constexpr std::size_t most = 100; // empty reads
     EXPECT_EQ(update(battery, hexEnd,
-                     comms + ":read" + nearlyAll + " hex=0102030405060708090a" + nearlyAll +
-                         " hex=\n" + comms + ":select" + repeat(2 * mostEmptyReads, " ok")),
+                     comms + ":read" + repeat(most - 1, " hex=") + " hex=0102030405060708090a" +
+                         repeat(most, " hex=") + " hex=" + toHex(reply(accepted))),
               "0231 " + batteryUpdated);
-    EXPECT_EQ(result.callsOf({"read(/dev/arm-comms, 10)"}).size(), 2 * mostEmptyReads);
+    EXPECT_EQ(result.callsOf({"read(/dev/arm-comms, 10)"}).size(), 2 * most);
 }
 
 } // namespace

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <sstream>
+#include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -20,73 +20,67 @@ std::vector<std::string> splitLines(const std::string& text)
 
 testing::AssertionResult isSame(const std::string& actual, const std::string& expected)
 {
-    const auto different =
-        std::mismatch(actual.begin(), actual.end(), expected.begin(), expected.end()).first;
-    const auto offset = static_cast<std::size_t>(different - actual.begin());
-    const auto behind = [&](const std::string& text) {
-        return testing::PrintToString(text.substr(offset, 120));
-    };
+    std::size_t same = 0;
+    while (same < std::min(actual.size(), expected.size()) && actual[same] == expected[same]) {
+        ++same;
+    }
     return testing::AssertionResult(actual == expected)
-           << "at " << offset << " there is " << behind(actual) << ", expected " << behind(expected)
-           << "\n";
+           << "at " << same << " there is " << testing::PrintToString(actual.substr(same, 120))
+           << ", expected " << testing::PrintToString(expected.substr(same, 120));
 }
 
 testing::AssertionResult ToolResult::gave(const std::string& text, int exitStatus) const
 {
-    if (status != exitStatus) {
-        return testing::AssertionFailure()
-               << "status " << status << ", expected " << exitStatus << "; " << isSame(output, text)
-               << errors.substr(0, 1000);
-    }
-    return isSame(output, text);
+    return testing::AssertionResult(status == exitStatus && output == text)
+           << "status " << status << "; " << isSame(output, text).message() << "\n"
+           << errors.substr(0, 1000);
 }
 
 std::vector<std::string> ToolResult::callsOf(const std::vector<std::string>& beginnings) const
 {
-    std::vector<std::string> found;
-    std::copy_if(calls.begin(), calls.end(), std::back_inserter(found), [&](const auto& call) {
-        return std::any_of(beginnings.begin(), beginnings.end(),
-                           [&](const auto& beginning) { return call.starts_with(beginning); });
+    std::vector<std::string> found = calls;
+    std::erase_if(found, [&](const std::string& call) {
+        return std::none_of(beginnings.begin(), beginnings.end(),
+                            [&](const std::string& text) { return call.starts_with(text); });
     });
     return found;
 }
 
 namespace {
 
-#ifndef VIMBRA_EMULATOR // the command in front of the tool that runs it on this machine
-#define VIMBRA_EMULATOR ""
-#endif
-constexpr const char* emulator = VIMBRA_EMULATOR;
-constexpr int timeLimit = 120; // seconds; sanitizers and emulators take time
-constexpr int timedOut = 124;  // the status that `timeout` gives
-
-/// A folder in memory, if there is one: the tool syncs what it writes, and a disk takes its time.
-std::filesystem::path findTemporaryFolder()
+/// In memory, if there is a place: the tool syncs what it writes, and a disk takes its time.
+std::string makeFolder()
 {
-    const std::filesystem::path memory = "/dev/shm";
-    return access(memory.c_str(), W_OK) == 0 ? memory : std::filesystem::path(testing::TempDir());
+    std::string path = access("/dev/shm", W_OK) == 0 ? "/dev/shm/" : testing::TempDir();
+    path += "vimbra-XXXXXX";
+    return mkdtemp(path.data()) != nullptr ? path : throw std::runtime_error(path);
 }
 
 } // namespace
 
-ToolTest::ToolTest() : folder(findTemporaryFolder() / ("vimbra-" + std::to_string(getpid())))
+ToolTest::ToolTest() : folder(makeFolder())
 {
-    std::filesystem::create_directories(folder / "volatile");
+    shell("mkdir volatile");
 }
 
-ToolTest::~ToolTest()
+void ToolTest::TearDown()
 {
-    std::filesystem::remove_all(folder);
+    shell("rm -r \"$PWD\"");
+}
+
+int ToolTest::shell(const std::string& command) const
+{
+    return std::system(("cd '" + folder + "' && " + command).c_str());
 }
 
 void ToolTest::write(const std::string& name, const std::string& content) const
 {
-    std::ofstream(folder / name, std::ios::binary) << content;
+    std::ofstream(folder + "/" + name, std::ios::binary) << content;
 }
 
 std::string ToolTest::read(const std::string& name) const
 {
-    std::ifstream file(folder / name, std::ios::binary);
+    std::ifstream file(folder + "/" + name, std::ios::binary);
     std::ostringstream content;
     content << file.rdbuf();
     return file.is_open() ? content.str() : "(no file)";
@@ -94,22 +88,16 @@ std::string ToolTest::read(const std::string& name) const
 
 ToolResult ToolTest::run(const std::string& arguments, const std::string& script) const
 {
-    std::filesystem::remove(folder / "trace");
+    write("trace", "");
     write("script", "set clock fast\n" + script);
-    std::string command =
+    const std::string command =
         "VIMBRA_SIM_SCRIPT=script VIMBRA_SIM_TRACE=trace VIMBRA_SIM_VOLATILE=volatile "
-        "ASAN_OPTIONS=verify_asan_link_order=0 ";
-    const std::string preload = "LD_PRELOAD=" VIMBRA_DEVICE_NODES " ";
-    const bool isEmulated = *emulator != '\0'; // which would take the library for its own
-    command += isEmulated ? std::string(emulator) + " -E " + preload : preload;
-    command += "'" VIMBRA_TOOL "' " + arguments;
-    // A run that never ends is not to fill the disk.
+        "ASAN_OPTIONS=verify_asan_link_order=0 " VIMBRA_PRELOAD " '" VIMBRA_TOOL "' " +
+        arguments;
+    // A run that never ends is not to fill the disk. Sanitizers and emulators take time.
     write("command", "ulimit -f 20000\n{ " + command + "; } >output 2>errors </dev/null\n");
-    const std::string limits = "timeout --kill-after=5 " + std::to_string(timeLimit);
-    const int ended =
-        std::system(("cd '" + folder.string() + "' && " + limits + " sh command").c_str());
-    const int status = WIFSIGNALED(ended) ? endedBy(WTERMSIG(ended)) : WEXITSTATUS(ended);
-    EXPECT_NE(status, timedOut) << command;
-    const std::string trace = read("trace");
-    return {read("output"), read("errors"), status, splitLines(trace == "(no file)" ? "" : trace)};
+    const int ended = shell("timeout --kill-after=5 120 sh command");
+    const int status = WIFSIGNALED(ended) ? endedBy + WTERMSIG(ended) : WEXITSTATUS(ended);
+    EXPECT_NE(status, 124) << "timed out: " << command;
+    return {read("output"), read("errors"), status, splitLines(read("trace"))};
 }

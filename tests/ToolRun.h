@@ -1,6 +1,5 @@
 #pragma once
 
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
 #include <tuple>
@@ -12,11 +11,8 @@ using Rows = std::vector<std::tuple<const char*, Fields...>>;
 
 inline constexpr int failed = 255;
 
-/// Status of a run that a signal ended.
-constexpr int endedBy(int signal)
-{
-    return 128 + signal;
-}
+/// Status of a run that a signal ended, less the signal's number.
+inline constexpr int endedBy = 128;
 
 /// Whether two texts are equal; if not, shows where they first differ, and only a few characters.
 testing::AssertionResult isSame(const std::string& actual, const std::string& expected);
@@ -31,8 +27,6 @@ struct ToolResult {
     /// Whether the run printed just this and ended with this status.
     testing::AssertionResult gave(const std::string& text, int exitStatus = 0) const;
 
-    std::string lastCall() const { return calls.empty() ? "" : calls.back(); }
-
     /// The calls that begin with one of the texts.
     std::vector<std::string> callsOf(const std::vector<std::string>& beginnings) const;
 };
@@ -42,20 +36,21 @@ struct ToolResult {
 class ToolTest : public testing::Test {
 protected:
     ToolTest();
-    ~ToolTest() override;
-    ToolTest(const ToolTest&) = delete;
-    ToolTest& operator=(const ToolTest&) = delete;
+    void TearDown() override;
 
     /// `arguments` are words of the shell, so redirections can stand among them. `script` is what
     /// the simulated instrument reads; no pause is really waited for.
     ToolResult run(const std::string& arguments, const std::string& script = "") const;
+
+    /// The wait status of a command of the shell in the folder.
+    int shell(const std::string& command) const;
 
     void write(const std::string& name, const std::string& content) const;
 
     /// The content of a file, or "(no file)".
     std::string read(const std::string& name) const;
 
-    std::filesystem::path folder;
+    const std::string folder;
 };
 
 std::vector<std::string> splitLines(const std::string& text);
