@@ -82,7 +82,7 @@ bool validatePackets(ImageReader& image)
     std::puts("Validating binary file...");
     bool endSeen = false;
     const bool areRight = image.walkPackets([&](const ImagePacket& packet, int /*number*/) {
-        endSeen = endSeen || packet.header.dataLength == 0;
+        endSeen |= packet.header.dataLength == 0;
         return true;
     });
     if (areRight && !endSeen) {
@@ -134,7 +134,9 @@ std::string toLower(std::string text)
 } // namespace
 
 ArmFirmwareTask::ArmFirmwareTask(const std::string& hexFile, const std::string& outputDirectory)
-    : hexPath(hexFile), binPath(deriveImagePath(hexFile, outputDirectory))
+    : hexPath(hexFile),
+      binPath(deriveImagePath(hexFile, outputDirectory)),
+      hasOutputDirectory(!outputDirectory.empty())
 {
 }
 
@@ -144,6 +146,11 @@ int ArmFirmwareTask::run()
     if (!parser.open()) {
         std::puts("Failed to open hex firmware file");
         return -1;
+    }
+    if (hasOutputDirectory) {
+        // A link or FIFO of that name would lead elsewhere, and another run may be sending an
+        // image.
+        unlink(binPath.c_str());
     }
     ImageWriter image;
     return image.open(binPath) ? convert(parser, image) : -1;
@@ -202,8 +209,6 @@ int ArmProgramTask::convertAndProgram(const std::string& hexPath) const
     std::printf("Converting hex file: %s to binary\n", hexPath.c_str());
     reportProgress(conversionStart);
     ArmFirmwareTask conversion(hexPath, conversionDirectory);
-    // A link or FIFO of that name would lead elsewhere, and another run may be sending an image.
-    unlink(conversion.binPath.c_str());
     if (conversion.run() != 0) {
         return -1;
     }

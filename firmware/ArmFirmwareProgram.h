@@ -17,11 +17,15 @@ public:
 
     /// Returns 0, or -1 after printing what failed. An image that was begun is left as it is then:
     /// without an end marker and without a count in its first header. An older image stays only if
-    /// one of the two files can't be opened.
+    /// one of the two files can't be opened. In an output directory, whatever has the image's name
+    /// is removed before.
     int run() override;
 
     const std::string hexPath;
     const std::string binPath; ///< of the image that `run` writes
+
+private:
+    bool hasOutputDirectory;
 };
 
 /// Programs the co-processor from a firmware image (".bin") or an Intel HEX file (".hex"), which it
@@ -41,8 +45,7 @@ public:
     /// Checks and sends one image. `progressStart` is in percent. Returns 0 or -1.
     int programImage(const std::string& path, int progressStart) const;
 
-    /// Converts a HEX file and programs the resulting image, which is left behind. Whatever has the
-    /// image's name is removed before. Returns 0 or -1.
+    /// Converts a HEX file and programs the resulting image, which is left behind. Returns 0 or -1.
     int convertAndProgram(const std::string& hexPath) const;
 
 private:

@@ -62,10 +62,17 @@ struct ArmRecord {
     std::span<const std::byte> payload;
     bool cutShort; ///< the record runs past the end of the block
 
+    /// Whether the payload holds a whole entry.
+    template <class Entry>
+    bool holds() const
+    {
+        return payload.size() >= sizeof(Entry);
+    }
+
     /// Calls `handle` with each whole entry of the payload; each is copied out, since the block
-    /// gives no alignment. Returns whether there was one.
+    /// gives no alignment.
     template <class Entry, class Handle>
-    bool forEach(Handle handle) const
+    void forEach(Handle handle) const
     {
         static_assert(std::is_trivially_copyable_v<Entry>);
         for (auto rest = payload; rest.size() >= sizeof(Entry);
@@ -74,7 +81,6 @@ struct ArmRecord {
             std::memcpy(&entry, rest.data(), sizeof(Entry));
             handle(entry);
         }
-        return payload.size() >= sizeof(Entry);
     }
 };
 

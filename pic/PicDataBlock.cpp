@@ -22,12 +22,6 @@ void fillRow(std::span<std::uint8_t> row, std::size_t used)
 
 } // namespace
 
-bool PicDataBlock::isNextAddress(std::uint32_t address) const
-{
-    const auto offset = static_cast<std::uint32_t>(rowCount * picRowSize);
-    return isEmpty() || address == readBigEndian32(payload.address.data()) + offset;
-}
-
 void PicDataBlock::addRow(std::uint32_t address, std::span<const std::uint8_t> data)
 {
     if (isEmpty()) {
@@ -49,7 +43,7 @@ std::span<std::uint8_t> PicDataBlock::close(bool swapsWords)
     if (swapsWords) {
         swapWords();
     }
-    clear();
+    rowCount = 0;
     return bytes();
 }
 

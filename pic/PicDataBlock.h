@@ -23,19 +23,12 @@ static_assert(offsetof(PicDataBlockPayload, checksum) == 68);
 /// kept: the others are taken to follow it.
 class PicDataBlock {
 public:
-    /// Whether a row at `address` would lie where the block puts it: at the block's address plus 16
-    /// for each row in it. Any address will do for an empty block.
-    bool isNextAddress(std::uint32_t address) const;
-
     /// Adds a row of at most 16 bytes to a block that is not full. A shorter row is completed with
     /// the filler.
     void addRow(std::uint32_t address, std::span<const std::uint8_t> data);
 
     bool isEmpty() const { return rowCount == 0; }
     bool isFull() const { return rowCount == picRowsPerBlock; }
-
-    /// Starts over with an empty block.
-    void clear() { rowCount = 0; }
 
     /// Ends the block: fills the rows that are left with the filler and computes the checksum; with
     /// `swapsWords` every word 3F FF of the data is turned into FF 3F, which leaves the checksum

@@ -26,10 +26,10 @@ private:
     void checkRow(const RoutedPicRecord& row);
 
     PicRecordRouter router;
-    PicDataBlock block;
     unsigned int lineNumber = 0;
     bool isStopped = false; ///< by the line that was read last
-    bool hasRows = false;
+    std::size_t rowCount = 0;
+    std::uint32_t nextAddress = 0;             ///< where the next row of a block follows
     bool hasEnd = false;                       ///< an end-of-file record
     std::optional<std::uint32_t> strayAddress; ///< of the first row that doesn't follow
 };
@@ -77,14 +77,12 @@ void PicFileCheck::check(const char* line)
 
 void PicFileCheck::checkRow(const RoutedPicRecord& row)
 {
-    hasRows = true;
-    if (!strayAddress && !block.isNextAddress(row.address)) {
+    const bool beginsBlock = rowCount % picRowsPerBlock == 0;
+    if (!strayAddress && !beginsBlock && row.address != nextAddress) {
         strayAddress = row.address;
     }
-    block.addRow(row.address, row.data);
-    if (block.isFull()) {
-        block.clear();
-    }
+    nextAddress = row.address + picRowSize;
+    ++rowCount;
 }
 
 void PicFileCheck::warn() const
@@ -103,7 +101,7 @@ void PicFileCheck::warn() const
                      lineNumber);
         return;
     }
-    if (!hasRows) {
+    if (rowCount == 0) {
         std::fputs("Warning: no program rows for this PIC in the file\n", stderr);
     }
     if (!hasEnd) {

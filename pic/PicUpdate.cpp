@@ -57,6 +57,7 @@ bool PicUpdate::sendRecords()
 bool PicUpdate::handleRecord(const PicHexRecord& record)
 {
     const RoutedPicRecord routed = router.route(record);
+    bool isSent = true;
     switch (routed.route) {
     case PicRecordRoute::reportTooShort:
         std::printf("Invalid num bytes in line %d\n", job.lineCounter);
@@ -70,18 +71,14 @@ bool PicUpdate::handleRecord(const PicHexRecord& record)
     case PicRecordRoute::skipData:
         break;
     case PicRecordRoute::addRow:
-        if (!addRowAndSendFullBlock(routed.address, routed.data)) {
-            return false;
-        }
+        isSent = addRowAndSendFullBlock(routed.address, routed.data);
         break;
     case PicRecordRoute::sendConfiguration:
-        if (!sendConfiguration(routed.data)) {
-            return false;
-        }
+        isSent = sendConfiguration(routed.data);
         break;
     }
     ++job.lineCounter;
-    return true;
+    return isSent;
 }
 
 /// Adds a row to the block and sends the block when that fills it.

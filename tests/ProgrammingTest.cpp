@@ -99,6 +99,7 @@ TEST_F(ProgrammingTest, ConvertsAHexFileFirst)
 TEST_F(ProgrammingTest, TellsTheKindOfAFileByItsExtension)
 {
     write("fw.v2.bin", image);
+    write("volatile/none.hex.bin", "older");
     const std::string opens = "Opening bin file: ";
     const Rows<std::string, int> cases{
         {"image", "Cannot determine file type, missing extension\n", failed},
@@ -116,6 +117,7 @@ TEST_F(ProgrammingTest, TellsTheKindOfAFileByItsExtension)
         EXPECT_TRUE(result.output.starts_with(head + output)) << path << result.output;
         EXPECT_EQ(result.status, status) << path;
     }
+    EXPECT_EQ(read("volatile/none.hex.bin"), "older");
 }
 
 /// Whatever is wrong with an image is found before the device is opened.
