@@ -184,6 +184,17 @@ TEST_F(ListenerTest, LeavesOtherExceptionsToTheProgram)
     }
 }
 
+TEST_F(ListenerTest, EndsWhereItsDeviceCannotBeOpened)
+{
+    for (const auto& [listener, message] : {std::pair{events, "Failed openinig /dev/arm-events\n"},
+                                            {sensors, "Failed openinig /dev/arm-sensors\n"},
+                                            {tty, "Failed opening /dev/ttyARM0\n"}}) {
+        EXPECT_EQ(listen(listener, {}, listener[1] + ":open error=2"), message);
+        EXPECT_EQ(result.status, failed) << message;
+        EXPECT_EQ(result.calls.size(), 1) << message;
+    }
+}
+
 TEST_F(ListenerTest, PrintsGpsDataAndUnknownRecords)
 {
     const auto entry = [](std::uint32_t length) { return words({length}) + std::string(256, 'x'); };
