@@ -3,6 +3,9 @@
 
 #include <array>
 #include <csignal>
+#include <sys/resource.h>
+#include <sys/select.h>
+#include <unistd.h>
 
 namespace {
 
@@ -192,6 +195,21 @@ TEST_F(ListenerTest, EndsWhereItsDeviceCannotBeOpened)
         EXPECT_EQ(listen(listener, {}, listener[1] + ":open error=2"), message);
         EXPECT_EQ(result.status, failed) << message;
         EXPECT_EQ(result.calls.size(), 1) << message;
+    }
+}
+
+/// A descriptor that is too high to be waited for is as good as none.
+TEST_F(ListenerTest, RefusesADescriptorThatItCannotWaitFor)
+{
+    const rlimit limit{FD_SETSIZE + 100, FD_SETSIZE + 100};
+    setrlimit(RLIMIT_NOFILE, &limit);
+    const int lowest = dup(STDOUT_FILENO); // the tool inherits it and those that follow
+    while (static_cast<unsigned int>(dup(STDOUT_FILENO)) < FD_SETSIZE - 2) {
+    }
+    EXPECT_EQ(listen(tty, {}), "Failed opening /dev/ttyARM0\n");
+    EXPECT_EQ(result.calls.size(), 2); // and closes it
+    for (int descriptor = lowest; descriptor < FD_SETSIZE; ++descriptor) {
+        close(descriptor);
     }
 }
 
