@@ -157,7 +157,8 @@ TEST_F(PicUpdateTest, SendsWhatTheFileHolds)
         {"the shoe, whose first version is marked", shoe, hexEnd,
          "Completed Orvel Shoe Code Update\n", "2, 0, )\n2, 2, c00c00000007)\n2, 3, )\n2, 1, )\n"},
         {"charger, lines that end in other ways", charger,
-         ":00000001fF\r\n:00000001FF0\n:00000001FF0\r\n:000000\rx\n:00000001FF",
+         ":00000001fF\r\n:00000001FF0\n:00000001FF0\r\n:000000\r" + std::string(191, 'x') +
+             "\n:00000001FF", // 200 characters are not too long
          "Invalid num bytes in line 0\nCompleted Orvel Charger Code Update\n",
          "3, 0, )\n3, 2, 000500000002)\n3, 3, )\n3, 1, )\n"},
         {"GPS board, which takes the low memory only", gps,
