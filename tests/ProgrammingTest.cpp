@@ -33,7 +33,7 @@ protected:
 
 TEST_F(ProgrammingTest, SendsEachPacketWithOneWriteAndOneSync)
 {
-    const ToolResult result = run("--program-vimbra fw.bin");
+    const ToolResult result = run("--program-vimbra fw.bin", "set flash 0x08000000-0x08000bff");
     EXPECT_TRUE(result.gave(programming + "Progress: 28\nProgress: 52\nProgress: 76\n"
                                           "Progress: 100\nProgress: 100\n"));
     const std::string header = "read(fw.bin, 20) = 20\n";
@@ -176,6 +176,8 @@ TEST_F(ProgrammingTest, ReportsWhatFailsOnTheWay)
         {"nothing written", writes + "ok count=0", "No bytes written!\n" + failedAt + "1\n", 2},
         {"packet written in part", writes + "ok ok count=1043", failedAt + "2\n", 3},
         {"end marker written in part", writes + "ok ok ok count=19", failedAt + "3\n", 4},
+        {"below the memory", "set flash 0x08000001-0x08000bff", ioError + failedAt + "0\n", 1},
+        {"beyond the memory", "set flash 0x08000000-0x08000bfe", ioError + failedAt + "2\n", 3},
         {"other data", reads + "flip=5", "Invalid checksum at packet: 0\n", 0},
         {"other length", reads + "ok flip=13", "Chunk size too big! P:1\n", 1},
         {"fewer data", reads + "ok ok count=7", "Not enough actual data. P:1\n", 1},
