@@ -3,7 +3,7 @@
 
 if(NOT CMAKE_CROSSCOMPILING AND NOT VIMBRA_SANITIZE)
     foreach(document README.md docs/firmware-files.md docs/formats.md docs/recovery.md docs/runs.md
-             docs/simulator.md)
+             docs/simulator.md tests/examples.md)
         add_test(NAME "examples of ${document}"
                  COMMAND ${PROJECT_SOURCE_DIR}/tests/transcript ${PROJECT_BINARY_DIR}
                          ${PROJECT_SOURCE_DIR}/${document})
