@@ -1,4 +1,4 @@
-# The tests and the fuzz targets. Both need the simulated common library.
+# The tests and the fuzz target. Both need the simulated common library.
 if(VIMBRA_COMMON_LIBRARY)
     return()
 endif()
