@@ -133,9 +133,8 @@ TEST_F(AuthenticationTest, ReadsRegistersAndPages)
                                      "hex=A1 unfilled,false false\n")
                     .output.find("Status: 00\nRead Device Version: A1\nRead Firmware Version: A1\n"
                                  "Read Control/Status: 10\n") != std::string::npos);
-    EXPECT_TRUE(run("--comm-listen",
-                    "Ipad_Auth_Chip_Rx unfilled unfilled unfilled unfilled unfilled "
-                    "unfilled unfilled unfilled unfilled") // not even a count
+    const std::string three = " unfilled unfilled unfilled"; // not even a count
+    EXPECT_TRUE(run("--comm-listen", "Ipad_Auth_Chip_Rx" + three + three + three)
                     .output.ends_with("Invalid Length read for MFI Certificate\n"));
 }
 

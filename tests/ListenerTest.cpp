@@ -187,20 +187,12 @@ TEST_F(ListenerTest, LeavesOtherExceptionsToTheProgram)
     }
 }
 
+/// A descriptor that is too high to be waited for is as good as none.
 TEST_F(ListenerTest, EndsWhereItsDeviceCannotBeOpened)
 {
-    for (const auto& [listener, message] : {std::pair{events, "Failed openinig /dev/arm-events\n"},
-                                            {sensors, "Failed openinig /dev/arm-sensors\n"},
-                                            {tty, "Failed opening /dev/ttyARM0\n"}}) {
-        EXPECT_EQ(listen(listener, {}, listener[1] + ":open error=2"), message);
-        EXPECT_EQ(result.status, failed) << message;
-        EXPECT_EQ(result.calls.size(), 1) << message;
+    for (const auto& [option, device, head] : {events, sensors, tty}) {
+        EXPECT_EQ(run(option, device + ":open error=2").status, failed) << device;
     }
-}
-
-/// A descriptor that is too high to be waited for is as good as none.
-TEST_F(ListenerTest, RefusesADescriptorThatItCannotWaitFor)
-{
     const rlimit limit{FD_SETSIZE + 100, FD_SETSIZE + 100};
     setrlimit(RLIMIT_NOFILE, &limit);
     const int lowest = dup(STDOUT_FILENO); // the tool inherits it and those that follow
@@ -208,9 +200,7 @@ TEST_F(ListenerTest, RefusesADescriptorThatItCannotWaitFor)
     }
     EXPECT_EQ(listen(tty, {}), "Failed opening /dev/ttyARM0\n");
     EXPECT_EQ(result.calls.size(), 2); // and closes it
-    for (int descriptor = lowest; descriptor < FD_SETSIZE; ++descriptor) {
-        close(descriptor);
-    }
+    closefrom(lowest);
 }
 
 TEST_F(ListenerTest, PrintsGpsDataAndUnknownRecords)
