@@ -196,8 +196,9 @@ TEST_F(ProgrammingTest, ReportsWhatFailsOnTheWay)
     write("fw.bin", patched(4, words({2})).substr(0, packetSize) +
                         imagePacket(0xFEED001C, 0, 0, "") +
                         image.substr(2 * packetSize, packetSize));
-    EXPECT_TRUE(run("--program-vimbra fw.bin")
-                    .gave(programming + "Progress: 36\n" + ioError + failedAt + "1\n", failed));
+    const ToolResult early = run("--program-vimbra fw.bin");
+    EXPECT_TRUE(early.gave(programming + "Progress: 36\n" + ioError + failedAt + "1\n", failed));
+    EXPECT_TRUE(early.errors.find("co-processor refuses: wrong end marker\n") != std::string::npos);
 }
 
 /// Runs that write hardware outlive their reader and their terminal; no others do.
@@ -206,7 +207,7 @@ TEST_F(ProgrammingTest, OutlivesItsReaderAndItsTerminal)
     const std::string program = "--program-vimbra fw.bin --progress-file p";
     const std::string writes = "/dev/arm-program:write signal=";
     const std::string update = "--program-pic " + battery;
-    const std::string leaving = " >fifo & read line <fifo; wait $!"; // behind the task's name
+    const std::string leaving = " >fifo 2>&1 & read line <fifo; wait $!"; // behind the task's name
     shell("mkfifo fifo");
     const Rows<int, std::string, std::string, std::string> cases{
         {"image", 0, program, "",

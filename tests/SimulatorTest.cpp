@@ -19,8 +19,7 @@ TEST_F(SimulatorTest, RefusesWrongScripts)
         {"takes three numbers", "set pic-version 1.2\nset pic-version 1.2.65536"},
         {"takes a number of 32 bits", "set gps-version 0x100000000\nset gps-version 0x1ffffffffff"},
         {"takes FIRST-LAST", "set flash 2-1\nset flash 0-0x100000000\nset flash \"0-1 ok\""},
-        {"takes real or fast", "set clock slow"},
-        {"takes hidden or shown", "set globals x\nset globals \"\""},
+        {"takes real or fast", "set clock slow\nset clock \"\""},
         {"takes \"K OUTCOME\"", "set fail 1\nset fail \"0 ok\"\nset fail \"1 x\"\nset fail \"1 \""},
         {"there are clock fail flash globals gps-mode gps-version pic pic-version", "set x y"},
         {"a setting is \"set NAME VALUE\"", "set pic\nset pic late late"},
@@ -34,38 +33,36 @@ TEST_F(SimulatorTest, RefusesWrongScripts)
     };
     for (const auto& [complaint, lines] : cases) {
         for (const std::string& line : splitLines(lines)) {
-            const std::string errors = run("--version >&2", line).errors;
+            const std::string errors = run("--version", line).errors;
             EXPECT_TRUE(errors.starts_with("[simulated instrument] script script: line 2: "));
             EXPECT_NE(errors.find(complaint), std::string::npos) << errors;
-            EXPECT_EQ(splitLines(errors).size(), 1) << errors;
         }
     }
     shell("rm script; mkdir script");
     EXPECT_TRUE(run("--version").errors.ends_with(" script script: can't be read\n"));
 }
 
-TEST_F(SimulatorTest, LosesNothingBehindShortCounts)
+TEST_F(SimulatorTest, AnswersTooLate)
 {
-    const std::string data = makeData(3 * chunkSize);
-    write("fw.hex", hexRows(0x08000000, data) + hexEnd);
-    run("--firmware-hex fw.hex", "fw.hex:read short short\nfw.hex.bin:write short count=7\n");
-    EXPECT_TRUE(isSame(read("fw.hex.bin"), makeImage(0x08000000, data)));
+    write("orvel_base_user_1_0_1.hex", hexEnd);
+    EXPECT_TRUE(run("--program-pic orvel_base_user_1_0_1.hex", "set pic late")
+                    .output.ends_with("Timed out waiting for ARM Comm FD.\n"));
 }
 
 /// What is refused changes nothing, so that all of it can be offered on the way.
 TEST(ProgrammingDevice, TakesAnImageInOrderOnly)
 {
     // Type, index and address of each packet, a byte that is wrong or too many, and the verdict.
-    std::istringstream steps("1B 1 0 0 -  1C 0 0 0 -  1A 0 0 0 -  1A 2 0 C -  1A 2 0 10 -  "
-                             "1A 2 0 11 -  1A 2 0 800 -  1A 2 0 0 +  1A 2 400 0 -  1B 1 0 0 -  "
-                             "1B 0 400 0 -  1B 2 400 0 -  1C 0 0 0 -  1B 1 400 0 +  1B 2 800 0 -  "
-                             "1C 1 0 0 -  1C 0 1 0 -  1C 0 0 C -  1C 0 0 10 -  1C 0 0 800 -  "
-                             "1C 0 0 0 +  1C 0 0 0 -");
+    std::istringstream steps(R"(
+        1B 1 0 0 -    1C 0 0 0 -    1A 0 0 0 -    1A 2 0 C -    1A 2 0 10 -   1A 2 0 11 -
+        1A 2 0 800 -  1A 2 0 0 +    1A 2 400 0 -  1B 1 0 0 -    1B 0 400 0 -  1B 2 400 0 -
+        1C 0 0 0 -    1B 1 400 0 +  1B 2 800 0 -  1C 1 0 0 -    1C 0 1 0 -    1C 0 0 C -
+        1C 0 0 10 -   1C 0 0 800 -  1C 0 0 0 +    1C 0 0 0 -)");
     simulator::ProgrammingDevice device;
     std::uint32_t type = 0, index = 0, address = 0, wrong = 0;
     for (char verdict = 0; steps >> std::hex >> type >> index >> address >> wrong >> verdict;) {
-        std::string packet = imagePacket(0xFEED0000 + type, index, address,
-                                         type == 0x1C ? "" : std::string(chunkSize, 'd'));
+        const std::string data(type == 0x1C ? 0 : chunkSize, 'd');
+        std::string packet = imagePacket(0xFEED0000 + type, index, address, data);
         packet.resize(packet.size() + wrong / 0x800);
         packet[wrong % 0x800] ^= wrong % 0x800 == 0 ? 0 : 1;
         EXPECT_EQ(device.take({packet.begin(), packet.end()}), verdict == '+') << steps.tellg();
@@ -75,36 +72,32 @@ TEST(ProgrammingDevice, TakesAnImageInOrderOnly)
 TEST(PicBootloader, TakesAnUpdateInOrderOnly)
 {
     const Rows<int, std::string> cases{
-        // The PIC; commands, their payloads, of a block its address, and what is answered. 14 is
-        // a block with a wrong checksum.
-        {"battery pack", 1,
-         "4 00000000 - 2 000100000001 - 3 . - 0 78 - 8 . - 0 . + 4 00000000 - 2 0001000000 - "
-         "2 000100000000 = 2 C00100000001 - 2 000100000001 + 2 000100000001 - 4 00000008 - "
-         "4 002FFFD0 - 4 0000000000 - 14 00000000 - 4 00000800 + 4 00000830 - 4 002FFFC0 + 1 . - "
-         "5 C0 - 5 C0C1C2C3C4C5C6C7C8C9CACBCCCD + 3 . + 4 00300000 - 1 . + 1 . - 0 . + "
-         "2 000100000001 = 2 000100000002 + 4 00000000 +"},
-        {"shoe", 2, "0 . + 2 000100000001 - 2 C00100000001 +"},
-        {"GPS board", 5,
-         "0 . + 2 000000000000 + 4 0000FFD0 - 4 0000FFC0 + 1 . - "
-         "5 C0C1C2C3C4C5C6C7C8C9CACBCCCD - 3 . + 3 . - 1 . -"},
+        // commands, their payloads (of a block the address; 14 is one with a wrong checksum) and
+        // the answers
+        {"battery pack", 1, R"(
+            4 00000000 01      2 000100000001 01  3 . 01          0 78 01        8 . 01   0 . 00
+            4 00000000 01      2 0001000000 01    2 000100000000 fe    2 C00100000001 01
+            2 000100000001 00  2 000100000001 01  4 00000008 01   4 002FFFD0 01  4 0000000000 01
+            14 00000000 01     4 00000800 00      4 00000830 01   4 002FFFC0 00  1 . 01   5 C0 01
+            5 C0C1C2C3C4C5C6C7C8C9CACBCCCD 00     6 . 01   7 . 01   3 . 00       4 00300000 01
+            1 . 00   1 . 01   0 . 00   2 000100000001 fe   2 000100000002 00   4 00000000 00)"},
+        {"shoe", 2, "0 . 00   2 000100000001 01   2 C00100000001 00"},
+        {"GPS board", 5, R"(
+            6 . 01   7 . 00000001   0 . 00   2 000000000000 00   4 0000FFD0 01   4 0000FFC0 00
+            1 . 01   5 C0C1C2C3C4C5C6C7C8C9CACBCCCD 01   3 . 00   3 . 01   1 . 01)"},
     };
     for (const auto& [what, device, commands] : cases) {
         std::istringstream steps(commands);
         simulator::PicBootloader pic(device);
         int command = 0;
-        std::string digits;
-        for (char verdict = 0; steps >> command >> digits >> verdict;) {
+        for (std::string digits, expected; steps >> command >> digits >> expected;) {
             std::string payload = fromHex(digits);
             if (command % 10 == 4) {
                 payload.append(64, 'r');
                 payload += static_cast<char>(checksumOf(payload) + command / 10);
             }
-            const int status = pic.answer(command % 10, {payload.begin(), payload.end()}).front();
-            EXPECT_EQ(status == 0   ? '+'
-                      : status == 1 ? '-'
-                                    : '=',
-                      verdict)
-                << what << steps.tellg();
+            const auto answer = pic.answer(command % 10, {payload.begin(), payload.end()});
+            EXPECT_EQ(toHex({answer.begin(), answer.end()}), expected) << what << steps.tellg();
         }
     }
 }
