@@ -94,7 +94,7 @@ TEST(PicBootloader, TakesAnUpdateInOrderOnly)
             std::string payload = fromHex(digits);
             if (command % 10 == 4) {
                 payload.append(64, 'r');
-                payload += static_cast<char>(checksumOf(payload) + command / 10);
+                payload += static_cast<char>(int(checksumOf(payload)) + command / 10);
             }
             const auto answer = pic.answer(command % 10, {payload.begin(), payload.end()});
             EXPECT_EQ(toHex({answer.begin(), answer.end()}), expected) << what << steps.tellg();
