@@ -42,13 +42,6 @@ TEST_F(SimulatorTest, RefusesWrongScripts)
     EXPECT_TRUE(run("--version").errors.ends_with(" script script: can't be read\n"));
 }
 
-TEST_F(SimulatorTest, AnswersTooLate)
-{
-    write("orvel_base_user_1_0_1.hex", hexEnd);
-    EXPECT_TRUE(run("--program-pic orvel_base_user_1_0_1.hex", "set pic late")
-                    .output.ends_with("Timed out waiting for ARM Comm FD.\n"));
-}
-
 /// What is refused changes nothing, so that all of it can be offered on the way.
 TEST(ProgrammingDevice, TakesAnImageInOrderOnly)
 {
