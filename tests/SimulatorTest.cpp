@@ -57,7 +57,8 @@ TEST(ProgrammingDevice, TakesAnImageInOrderOnly)
         const std::string data(type == 0x1C ? 0 : chunkSize, 'd');
         std::string packet = imagePacket(0xFEED0000 + type, index, address, data);
         packet.resize(packet.size() + wrong / 0x800);
-        packet[wrong % 0x800] ^= wrong % 0x800 == 0 ? 0 : 1;
+        char& byte = packet[wrong % 0x800];
+        byte = static_cast<char>(wrong % 0x800 == 0 ? byte : byte ^ 1);
         EXPECT_EQ(device.take({packet.begin(), packet.end()}), verdict == '+') << steps.tellg();
     }
 }
