@@ -17,7 +17,7 @@ struct Setting {
     std::string value;
     const char* form;                    ///< what a value looks like, for the user
     std::vector<std::string> words = {}; ///< that a value can be; if there are none, it has numbers
-    std::string separators = "";         ///< between the numbers
+    std::string separators = {};         ///< between the numbers
     long long limit = UINT32_MAX;        ///< of the numbers
 };
 

@@ -69,7 +69,7 @@ TEST(PicFileName, GivesDeviceAndVersions)
         {"orvel_interface_base_user_1_2_3.hex", 1, {1, 2, 3}}, // the first one in the table
         {"orvel_charger_interface_user_1_2_3.hex", 2, {1, 2, 3}},
         {"a.hex/orvel_charger_user_-1_70000_ +5", 3, {65535, 4464, 5}},
-        {"orvel_base_user_2147483653_-4294967297_4294967299.hex", 1, {5, 65535, 3}},
+        {"orvel_base_user_9999999999999999999_-9999999999999999999_4.hex", 1, {65535, 0, 4}},
         {"orvel_base_user_x_0x1F_010.hex", 1, {0, 0, 10}},
         {"orvel_base_user_1_2_.hex", 1, {1, 2, 0}},
         {"orvel_base_user_1_2_3/kt4100_gps_v9.hex", 5, {9, 0, 0}},
@@ -300,6 +300,8 @@ TEST_F(PicUpdateTest, RefusesBadFiles)
     const std::string badStart = "024 Error: Invalid start character in HEX file.\n";
     const std::string noAddress = " Error: Extended address record without an address\n";
     const std::string longRow = hexRecord(0, 0x800, row + "x");
+    const std::string wide = ":00000001FF\r" + std::string(187, 'x') + "\n"; // 200 characters
+    const std::string most = repeat(0x1000000 / wide.size(), wide);          // 16 short of 16 MiB
     const Rows<std::string, std::string> cases{
         {"empty line", "\n" + longRow, badStart},
         {"empty line behind the end", hexEnd + "\r\n" + longRow, badStart},
@@ -313,8 +315,7 @@ TEST_F(PicUpdateTest, RefusesBadFiles)
          " Error: Configuration record of fewer than 14 bytes\n"},
         {"extended address of no byte", ":0000000400\n", noAddress},
         {"extended address that lacks a byte", ":0200000400\n", noAddress},
-        {"more than 16 MiB", repeat(0x1000000 / hexEnd.size(), hexEnd),
-         " Error: HEX file of more than 16 MiB\n"},
+        {"more than 16 MiB", most, " Error: HEX file of more than 16 MiB\n"},
     };
     for (const auto& [what, lines, outcome] : cases) {
         EXPECT_EQ(update(battery, hexRows(0x800, fourRows) + lines), outcome) << what;
@@ -323,8 +324,8 @@ TEST_F(PicUpdateTest, RefusesBadFiles)
     EXPECT_EQ(update(battery, hexEnd, battery.name + ":read ok error=5\n"),
               " Error: HEX file can't be read to its end\n");
     EXPECT_EQ(result.status, failed);
-    const std::string largest = repeat(0x1000000 / hexEnd.size(), hexEnd) + ":00\n"; // 16 MiB
-    EXPECT_EQ(update(battery, largest), "0231 Invalid num bytes in line 0\n" + batteryUpdated);
+    EXPECT_EQ(update(battery, most + hexEnd + ":00\n"),
+              "0231 Invalid num bytes in line 0\n" + batteryUpdated);
     shell("mkfifo fifo_" + battery.name);
     const std::string writing = " & cat " + battery.name + " >fifo_" + battery.name + "; wait $!";
     EXPECT_TRUE(
