@@ -166,12 +166,12 @@ const std::deque<Outcome>* findOutcomes(const std::string& key)
     return found != outcomes.end() ? &found->second : nullptr;
 }
 
-const std::string& setting(const std::string& name)
+const std::string& setting(const char* name)
 {
     return settings.at(name).value;
 }
 
-std::vector<long long> numberSetting(const std::string& name)
+std::vector<long long> numberSetting(const char* name)
 {
     return numbersIn(setting(name), settings.at(name).separators);
 }

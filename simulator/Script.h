@@ -17,7 +17,7 @@ Outcome takeOutcome(const std::string& key);
 const std::deque<Outcome>* findOutcomes(const std::string& key);
 
 /// The value of a setting; and the numbers of which it consists.
-const std::string& setting(const std::string& name);
-std::vector<long long> numberSetting(const std::string& name);
+const std::string& setting(const char* name);
+std::vector<long long> numberSetting(const char* name);
 
 } // namespace simulator
