@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size);
 int main(int /*argc*/, char** argv)
 {
     for (const auto& entry : std::filesystem::directory_iterator(argv[1])) {
-        std::cerr << entry.path() << std::endl; // names the file if the target ends the process
+        std::cerr << entry.path() << "\n"; // names the file if the target ends the process
         std::ifstream file(entry.path(), std::ios::binary);
         const std::string input{std::istreambuf_iterator<char>(file), {}};
         LLVMFuzzerTestOneInput(input.data(), input.size());
