@@ -60,7 +60,7 @@ install_joined(tool vimbra-tool ${completions} ${completion}/vimbra-tool)
 install_documents(tool vimbra-tool)
 
 if(NOT VIMBRA_COMMON_LIBRARY)
-    install(TARGETS vimbra-tool Common DeviceNodes
+    install(TARGETS vimbra-tool StandIn
             RUNTIME DESTINATION lib/vimbra-simulator COMPONENT simulator
             LIBRARY DESTINATION lib/vimbra-simulator COMPONENT simulator)
     install(PROGRAMS simulate RENAME vimbra-simulate DESTINATION ${CMAKE_INSTALL_BINDIR}

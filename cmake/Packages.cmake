@@ -28,7 +28,7 @@ if(CMAKE_CROSSCOMPILING OR VIMBRA_COMMON_LIBRARY)
     set(packaged vimbra-tool)
 else()
     set(CPACK_COMPONENTS_ALL simulator)
-    set(packaged vimbra-tool Common DeviceNodes)
+    set(packaged vimbra-tool StandIn)
 endif()
 
 # What they depend on is known when they are built, and they are dated as the environment says, or else the changelog.

@@ -1,12 +1,12 @@
 # What the scripts that build share. To be sourced in the folder of the project; complaints go to standard error.
 
-# Complains if nothing can be built here: because the path of this folder holds what the loader splits its lists at, so
-# that the tool would open the real devices, or because something that an earlier build left belongs to somebody else.
-# The arguments are what is going to be written inside build/.
+# Complains if nothing can be built here: because the path of this folder holds a colon, which make splits its rules at,
+# or because something that an earlier build left belongs to somebody else. The arguments are what is going to be written
+# inside build/.
 check_build_folder() {
     local place=. found
-    if [[ $PWD == *[[:space:]:]* ]]; then
-        echo "the path of this folder holds a blank or a colon: $PWD" >&2
+    if [[ $PWD == *:* ]]; then
+        echo "the path of this folder holds a colon: $PWD" >&2
         return 1
     fi
     [ ! -e build ] || place=build

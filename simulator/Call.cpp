@@ -27,11 +27,8 @@ Call::Call(const std::string& key, const std::string& arguments) : planned(takeO
 
 Call::~Call()
 {
-    if (planned.has("kill")) {
-        std::raise(SIGKILL);
-    }
-    if (planned.has("signal")) {
-        std::raise(static_cast<int>(planned.number("signal", 0)));
+    if (planned.has("kill") || planned.has("signal")) {
+        std::raise(static_cast<int>(planned.number("signal", SIGKILL)));
     }
 }
 

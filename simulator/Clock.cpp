@@ -13,10 +13,10 @@ static double pausedSeconds = 0;
 
 double now()
 {
-    using Clock = std::chrono::steady_clock;
-    static const Clock::time_point start = Clock::now();
-    const bool isFast = setting("clock") == "fast";
-    return isFast ? pausedSeconds : std::chrono::duration<double>(Clock::now() - start).count();
+    using std::chrono::steady_clock;
+    static const auto start = steady_clock::now();
+    const std::chrono::duration<double> passed = steady_clock::now() - start;
+    return setting("clock") == "fast" ? pausedSeconds : passed.count();
 }
 
 void waitUntil(double time)

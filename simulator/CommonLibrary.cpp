@@ -16,9 +16,7 @@
 #include <dlfcn.h>
 #include <stdexcept>
 
-using simulator::Bytes;
-using simulator::Instrument;
-using simulator::report;
+using namespace simulator;
 using std::to_string;
 
 namespace {
@@ -31,7 +29,7 @@ struct ScriptedException : lc::Exception {
 };
 
 /// One operation of the library: traced, and ended by an exception if the script says so.
-class Operation : public simulator::Call {
+class Operation : public Call {
 public:
     explicit Operation(const char* name, const std::string& arguments = "") : Call(name, arguments)
     {
@@ -92,11 +90,10 @@ constexpr bat_info_to_ui batteries{
 /// What the authentication chip has in a register.
 Bytes readAuthRegister(int reg)
 {
-    constexpr int certificateLength = 0x30;
-    if (reg == certificateLength) {
-        return {0x02, 0x58}; // 600 bytes
-    }
-    return reg > certificateLength ? Bytes(128, 0xA5) : Bytes{static_cast<std::uint8_t>(reg)};
+    constexpr int certificateLength = 0x30; // of 600 bytes
+    return reg == certificateLength  ? Bytes{0x02, 0x58}
+           : reg > certificateLength ? Bytes(128, 0xA5)
+                                     : Bytes{static_cast<std::uint8_t>(reg)};
 }
 
 [[gnu::destructor]] void reportMemory()
@@ -121,11 +118,10 @@ void reportGlobals()
 
 } // namespace
 
-/// Lives on when the program ends, since it still makes calls then.
 Instrument& Instrument::instance()
 {
-    static auto* const instance = new Instrument;
-    return *instance;
+    static auto& instance = *new Instrument; // outlives `main`, as calls do
+    return instance;
 }
 
 namespace lc {
@@ -184,7 +180,7 @@ bool MoxArmControl::GetBatInfo(bat_info_to_ui& info)
 
 bool MoxArmControl::GetMagSensorState()
 {
-    return Operation("GetMagSensorState").value(instrument.magnetClosed);
+    return Operation("GetMagSensorState").value(false);
 }
 
 bool MoxArmControl::SetReelOverlay(ReelOverlayCtrlType control)
@@ -223,7 +219,7 @@ bool MoxArmControl::SetReelSondeState(bool on)
 
 bool MoxArmControl::Ipad_Auth_Chip_Tx(unsigned char reg, unsigned char* data, int length)
 {
-    const std::string bytes = simulator::toHex(data, static_cast<std::size_t>(length));
+    const std::string bytes = toHex(data, static_cast<std::size_t>(length));
     return Operation("Ipad_Auth_Chip_Tx", to_string(reg) + ", " + bytes).succeeds();
 }
 
@@ -245,18 +241,21 @@ bool MoxArmControl::Pic_Update_Comm_Tx(PicUpdateDevType device, PicUpdateCmdType
                                        int length, unsigned char* data)
 {
     const Bytes payload(data, data + length);
-    if (simulator::setting("globals") == "shown") {
+    if (setting("globals") == "shown") {
         reportGlobals();
     }
     const Operation call("Pic_Update_Comm_Tx", to_string(device) + ", " + to_string(command) +
-                                                   ", " + simulator::toHex(data, payload.size()));
-    const std::string& behaviour = simulator::setting("pic");
+                                                   ", " + toHex(data, payload.size()));
+    if (device < PicDevOrvelBat || device > PicDevKt4100Gps) {
+        report("there is no PIC with the code %d", device);
+        return false;
+    }
+    const std::string& behaviour = setting("pic");
     if (call.succeeds() && behaviour != "silent") {
         constexpr double lateSeconds = 1.5; // the tool waits one second
         auto& pic = instrument.pics.try_emplace(device, device).first->second;
-        instrument.replies.emplace_back(
-            simulator::now() + (behaviour == "late" ? lateSeconds : 0),
-            simulator::makeDataRecord(picReplyTag, pic.answer(command, payload)));
+        instrument.replies.emplace_back(now() + (behaviour == "late" ? lateSeconds : 0),
+                                        makeDataRecord(picReplyTag, pic.answer(command, payload)));
     }
     return call.succeeds();
 }

@@ -25,7 +25,6 @@ struct Instrument {
     bool displayOn = true;
     bool displayVerticalNormal = true;
     bool displayHorizontalNormal = true;
-    bool magnetClosed = false;
     std::vector<ArmMox::LedStates> leds = std::vector<ArmMox::LedStates>(6);
 };
 

@@ -1,8 +1,11 @@
 #include "simulator/Outcome.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
+#include <cerrno>
 #include <charconv>
+#include <csignal>
 #include <set>
 #include <sstream>
 #include <vector>
@@ -11,84 +14,108 @@ namespace simulator {
 
 namespace {
 
-using Words = std::set<std::string>;
-
-/// Calls, by their keys without a path, and the fields that they know beside those of `knows`.
+/// Calls, by their keys without a path, and the fields that they know beside those of any call:
+/// each NAME or NAME=FORM.
 struct Rule {
-    Words calls;
-    Words fields;
+    std::set<std::string> calls;
+    std::string fields;
 };
 
-/// Lives on when the program ends, since it still makes calls then.
 const std::vector<Rule>& rules()
 {
-    static const auto* const rows = new std::vector<Rule>{
-        {{"GetVimbraSwVersion"}, {"text"}},
-        {{"GetArmState"}, {"false", "unfilled", "mode", "key", "fault"}},
-        {{"GetPowerStates"}, {"false", "unfilled", "states"}},
-        {{"GetKeyPadState"}, {"false", "unfilled", "keys", "leds"}},
-        {{"GetReelState"}, {"false", "unfilled", "mode", "count", "sonde", "atex"}},
-        {{"GetBatInfo"}, {"false", "unfilled", "hex"}},
-        {{"GetLcdRotations"}, {"false", "unfilled", "vertical", "horizontal"}},
-        {{"Ipad_Auth_Chip_Rx"}, {"false", "unfilled", "hex", "count"}},
-        {{"GetMagSensorState", "GetLcdEnabled"}, {"value"}},
+    static const auto& rows = *new std::vector<Rule>{
+        // outlives `main`, as calls do
+        {{"GetVimbraSwVersion"}, "text=TEXT"},
+        {{"GetArmState"}, "false unfilled mode=NUMBER key=NUMBER fault=NUMBER"},
+        {{"GetPowerStates"}, "false unfilled states=DIGITS"},
+        {{"GetKeyPadState"}, "false unfilled keys=DIGITS leds=DIGITS"},
+        {{"GetReelState"}, "false unfilled mode=NUMBER count=NUMBER sonde=TRUTH atex=TRUTH"},
+        {{"GetBatInfo"}, "false unfilled hex=BYTES"},
+        {{"GetLcdRotations"}, "false unfilled vertical=TRUTH horizontal=TRUTH"},
+        {{"Ipad_Auth_Chip_Rx"}, "false unfilled hex=BYTES count=NUMBER"},
+        {{"GetMagSensorState", "GetLcdEnabled"}, "value=TRUTH"},
         {{"SetReelOverlay", "SetLedStates", "ZeroReelCount", "SetReelSondeState", "SetLcdEnabled",
           "SetLcdRotation", "Ipad_Auth_Chip_Tx", "Pic_Update_Comm_Tx"},
-         {"false"}},
-        {{":open", ":fopen", ":close", ":fsync", ":lseek", ":unlink", "usleep"}, {"error"}},
-        {{":read"}, {"error", "hex", "count", "short", "flip"}},
-        {{":write"}, {"error", "count", "short"}},
-        {{":select"}, {"error", "timeout", "end"}},
-        {{"sleep"}, {}},
+         "false"},
+        {{":open", ":fopen", ":close", ":fsync", ":lseek", ":unlink", "usleep"}, "error=ERROR"},
+        {{":read"}, "error=ERROR hex=BYTES count=SIZE short flip=SIZE"},
+        {{":write"}, "error=ERROR count=SIZE short"},
+        {{":select"}, "error=ERROR timeout end"},
+        {{"sleep"}, ""},
     };
-    return *rows;
+    return rows;
 }
 
-bool knows(const Rule& rule, const std::string& field)
-{
-    static const Words* const ofAll = new Words{"ok", "kill", "signal"};
-    const bool isOperation = std::isupper(static_cast<unsigned char>(rule.calls.begin()->front()));
-    return ofAll->contains(field) || rule.fields.contains(field) ||
-           (isOperation && (field == "throw" || field == "throw-other"));
-}
-
-auto findRule(const std::string& key)
+/// Null if there is no such call.
+const Rule* findRule(const std::string& key)
 {
     const std::size_t colon = key.rfind(':');
     const std::string call = colon == std::string::npos ? key : key.substr(colon);
-    return std::find_if(rules().begin(), rules().end(),
-                        [&](const Rule& rule) { return rule.calls.contains(call); });
+    const auto rule =
+        std::ranges::find_if(rules(), [&](const Rule& row) { return row.calls.contains(call); });
+    return rule != rules().end() ? &*rule : nullptr;
 }
 
-/// Whether what is behind the name, "=VALUE" or nothing, has the form that follows from the name.
-bool hasForm(const std::string& name, const std::string& rest)
+std::string nameOf(const std::string& field)
 {
-    const Words flags{"ok", "kill", "throw-other", "false", "unfilled", "short", "timeout", "end"};
-    if (flags.contains(name) || rest.empty()) {
-        return flags.contains(name) && rest.empty();
+    return field.substr(0, field.find('='));
+}
+
+std::string valueOf(const std::string& field)
+{
+    return field.substr(std::min(field.find('='), field.size() - 1) + 1);
+}
+
+/// What a call with this key, or any if it is empty, knows of a field: NAME or NAME=FORM; empty if
+/// that is nothing.
+std::string findField(const std::string& key, const std::string& name)
+{
+    std::string known = "ok kill signal=SIGNAL ";
+    for (const Rule& rule : rules()) {
+        known += key.empty() || findRule(key) == &rule ? rule.fields + " " : "";
     }
-    const std::string value = rest.substr(1);
-    const bool isList = name == "states" || name == "keys" || name == "leds";
-    if (isList || name == "hex") {
-        const char* const digits = isList ? "0123456789" : "0123456789abcdefABCDEF";
-        return value.find_first_not_of(digits) == value.npos && (isList || value.size() % 2 == 0);
+    const bool isOperation = key.find(':') == key.npos && !key.ends_with("sleep");
+    std::istringstream fields(known + (isOperation ? "throw=TEXT throw-other" : ""));
+    for (std::string field; fields >> field;) {
+        if (nameOf(field) == name) {
+            return field;
+        }
     }
-    return name == "text" || name == "throw" || parseNumber(value).has_value();
+    return "";
+}
+
+bool hasForm(const std::string& value, const std::string& form)
+{
+    if (form == "DIGITS" || form == "BYTES") {
+        const bool areBytes = form == "BYTES";
+        const char* const digits = areBytes ? "0123456789abcdefABCDEF" : "0123456789";
+        return value.find_first_not_of(digits) == value.npos &&
+               (!areBytes || value.size() % 2 == 0);
+    }
+    const std::map<std::string, std::array<long long, 2>> ranges{
+        {"NUMBER", {INT32_MIN, UINT32_MAX}},
+        {"SIZE", {0, INT32_MAX}},
+        {"TRUTH", {0, 1}},
+        {"ERROR", {1, EHWPOISON}},
+        {"SIGNAL", {1, SIGRTMAX}}};
+    const auto range = ranges.find(form);
+    const auto number = parseNumber(value);
+    return range == ranges.end() || // a text
+           (number && *number >= range->second[0] && *number <= range->second[1]);
 }
 
 std::string findFieldFault(const std::string& key, const std::string& field)
 {
-    const std::string name = field.substr(0, field.find('='));
-    if (std::none_of(rules().begin(), rules().end(),
-                     [&](const Rule& rule) { return knows(rule, name); })) {
-        return "no outcome is called \"" + name + "\"";
+    const std::string name = nameOf(field);
+    const std::string known = findField(key, name);
+    if (known.empty()) {
+        const std::string call = key.empty() ? "a call" : key.substr(key.rfind(':') + 1);
+        return call + " has no outcome \"" + name + "\"";
     }
-    if (!key.empty() && !knows(*findRule(key), name)) {
-        return key.substr(key.rfind(':') + 1) + " has no outcome \"" + name + "\"";
-    }
-    return hasForm(name, field.substr(name.size()))
-               ? ""
-               : "\"" + field + "\" has not the form of this outcome";
+    const bool isFlag = known == name;
+    const bool isRight =
+        isFlag ? field == name : field != name && hasForm(valueOf(field), valueOf(known));
+    return isRight ? "" : "\"" + field + "\" has not the form of this outcome";
 }
 
 } // namespace
@@ -97,8 +124,7 @@ Outcome::Outcome(const std::string& text)
 {
     std::istringstream stream(text);
     for (std::string field; std::getline(stream, field, ',');) {
-        const std::string name = field.substr(0, field.find('='));
-        fields[name] = field.size() > name.size() ? field.substr(name.size() + 1) : "";
+        fields[nameOf(field)] = valueOf(field);
     }
 }
 
@@ -109,7 +135,7 @@ long long Outcome::number(const std::string& name, long long fallback) const
 
 std::optional<long long> parseNumber(const std::string& text)
 {
-    const int prefix = text.starts_with("0x") ? 2 : 0;
+    const int prefix = text.starts_with("0x") && !text.starts_with("0x-") ? 2 : 0;
     const char* const end = text.data() + text.size();
     long long value = 0;
     const auto [rest, error] =
@@ -119,15 +145,19 @@ std::optional<long long> parseNumber(const std::string& text)
 
 bool isCallKey(const std::string& key)
 {
-    return findRule(key) != rules().end();
+    return findRule(key) != nullptr;
 }
 
 std::string findOutcomeFault(const std::string& key, const std::string& text)
 {
+    std::set<std::string> names;
     std::istringstream stream(text);
     for (std::string field; std::getline(stream, field, ',');) {
         if (std::string fault = findFieldFault(key, field); !fault.empty()) {
             return fault;
+        }
+        if (!names.insert(nameOf(field)).second) {
+            return "an outcome has twice \"" + nameOf(field) + "\"";
         }
     }
     return text.empty() || text.back() == ',' ? "an outcome is missing" : "";

@@ -17,7 +17,6 @@ public:
     explicit Outcome(const std::string& text);
 
     bool has(const std::string& name) const { return fields.contains(name); }
-    bool isOrdinary() const { return fields.empty() || has("ok"); }
     std::string text(const std::string& name) const { return has(name) ? fields.at(name) : ""; }
     long long number(const std::string& name, long long fallback) const;
     Bytes bytes(const std::string& name) const { return fromHex(text(name)); }

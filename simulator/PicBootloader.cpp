@@ -28,8 +28,8 @@ constexpr std::size_t versionsSize = 6;
 constexpr std::size_t configurationSize = 14;
 constexpr std::uint32_t blockDataSize = sizeof(PicDataBlockPayload::rows);
 
-/// By the codes of the PICs.
-constexpr std::array names{"", "battery pack", "shoe", "charger", "adapter", "GPS board"};
+/// By the codes of the PICs, which begin at 1.
+constexpr std::array names{"battery pack", "shoe", "charger", "adapter", "GPS board"};
 
 } // namespace
 
@@ -60,7 +60,7 @@ const PicBootloader::Rule* PicBootloader::findRule(int command) const
 }
 
 PicBootloader::PicBootloader(int device)
-    : name(names.at(static_cast<std::size_t>(device))),
+    : name(names.at(static_cast<std::size_t>(device) - 1)),
       isGps(device == MoxArmControl::PicDevKt4100Gps),
       versionMark(device == MoxArmControl::PicDevOrvelShoe ? shoeVersionFlag : 0)
 {

@@ -10,7 +10,7 @@ namespace simulator {
 /// checksum or address, and a version that is not newer are refused.
 class PicBootloader {
 public:
-    /// `device` is the code of a PIC that exists; throws if it is another.
+    /// `device` is the code of a PIC that exists.
     explicit PicBootloader(int device);
 
     /// Takes a command and returns the data bytes of the answer.

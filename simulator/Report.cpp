@@ -14,8 +14,6 @@ namespace simulator {
 
 namespace {
 
-constexpr int firstOwnDescriptor = 100; // out of the way of the program's
-
 int traceDescriptor = -1;
 int reportDescriptor = -1;
 
@@ -32,19 +30,26 @@ void writeLine(int descriptor, const std::string& line)
 
 } // namespace
 
+int moveAway(int descriptor)
+{
+    const int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, 100);
+    close(descriptor);
+    return moved;
+}
+
 void openReports()
 {
-    reportDescriptor = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, firstOwnDescriptor);
+    reportDescriptor = moveAway(dup(STDERR_FILENO));
     const char* const path = std::getenv("VIMBRA_SIM_TRACE");
     if (path == nullptr || *path == '\0') {
         return;
     }
-    const int opened = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    // By another name than the program's calls, which are traced.
+    const int opened = openat(AT_FDCWD, path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     if (opened == -1) {
         refuseToStart(std::string("trace ") + path + ": " + std::strerror(errno));
     }
-    traceDescriptor = fcntl(opened, F_DUPFD_CLOEXEC, firstOwnDescriptor);
-    close(opened);
+    traceDescriptor = moveAway(opened);
 }
 
 void trace(const std::string& line)

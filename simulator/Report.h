@@ -4,6 +4,9 @@
 
 namespace simulator {
 
+/// Moves a descriptor out of the way of the program's and returns what it is now.
+int moveAway(int descriptor);
+
 /// Opens what `trace` and `report` write to, so that neither takes a standard descriptor that the
 /// program was started without. To be called before the program opens anything.
 void openReports();

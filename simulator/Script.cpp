@@ -4,6 +4,7 @@
 #include "simulator/Report.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <fstream>
 #include <iomanip>
@@ -15,23 +16,22 @@ namespace {
 
 struct Setting {
     std::string value;
-    const char* form;                    ///< what a value looks like, for the user
-    std::vector<std::string> words = {}; ///< that a value can be; if there are none, it has numbers
-    std::string separators = {};         ///< between the numbers
-    long long limit = UINT32_MAX;        ///< of the numbers
+    std::string form;             ///< for the user; words that a value can be are joined by "|"
+    std::string separators = {};  ///< between the numbers of which it consists otherwise
+    long long limit = UINT32_MAX; ///< of the numbers
 };
 
-// All live on when the program ends, since it still makes calls then.
+// Both outlive `main`, as calls do.
 auto& outcomes = *new std::map<std::string, std::deque<Outcome>>;
 auto& settings = *new std::map<std::string, Setting>{
-    {"pic", {"normal", "normal, silent, late or refuse", {"normal", "silent", "late", "refuse"}}},
-    {"pic-version", {"1.0.0", "three numbers, such as 3.1.20", {}, "..", 0xFFFF}},
-    {"gps-mode", {"1", "a number up to 255", {}, "", 255}},
+    {"pic", {"normal", "normal|silent|late|refuse"}},
+    {"pic-version", {"1.0.0", "three numbers, such as 3.1.20", "..", 0xFFFF}},
+    {"gps-mode", {"1", "a number up to 255", "", 255}},
     {"gps-version", {"1", "a number of 32 bits"}},
-    {"flash", {"0-0xFFFFFFFF", "FIRST-LAST, addresses", {}, "-"}},
-    {"clock", {"real", "real or fast", {"real", "fast"}}},
-    {"globals", {"hidden", "hidden or shown", {"hidden", "shown"}}},
-    {"fail", {"none", "\"K OUTCOME\", or none", {"none"}}},
+    {"flash", {"0-0xFFFFFFFF", "FIRST-LAST, addresses", "-"}},
+    {"clock", {"real", "real|fast"}},
+    {"globals", {"hidden", "hidden|shown"}},
+    {"fail", {"none", "\"K OUTCOME\"|none"}},
 };
 
 std::string place; ///< in a script, in front of what is wrong there
@@ -57,17 +57,24 @@ std::vector<long long> numbersIn(const std::string& value, const std::string& se
     return numbers;
 }
 
+/// Whether the value is "K OUTCOME".
+bool isFailure(const std::string& value)
+{
+    const std::size_t blank = std::min(value.find(' '), value.size());
+    return parseNumber(value.substr(0, blank)).value_or(0) > 0 &&
+           findOutcomeFault("", value.substr(blank).erase(0, 1)).empty();
+}
+
 bool fits(const std::string& value, const Setting& row)
 {
-    if (row.words.empty()) {
-        const auto numbers = numbersIn(value, row.separators);
-        return std::ranges::min(numbers) >= 0 && std::ranges::max(numbers) <= row.limit &&
-               (row.separators != "-" || numbers[0] <= numbers[1]);
+    if (row.form.find('|') != row.form.npos) {
+        const bool isWord = ("|" + row.form + "|").find("|" + value + "|") != row.form.npos;
+        return (isWord && value.find('|') == value.npos) ||
+               (&row == &settings.at("fail") && isFailure(value));
     }
-    const std::size_t blank = std::min(value.find(' '), value.size());
-    const bool isFailure = parseNumber(value.substr(0, blank)).value_or(0) > 0 &&
-                           findOutcomeFault("", value.substr(blank).erase(0, 1)).empty();
-    return std::ranges::count(row.words, value) != 0 || (&row == &settings.at("fail") && isFailure);
+    const auto numbers = numbersIn(value, row.separators);
+    return std::ranges::min(numbers) >= 0 && std::ranges::max(numbers) <= row.limit &&
+           (row.separators != "-" || numbers[0] <= numbers[1]);
 }
 
 void change(const std::string& name, const std::string& value)
@@ -99,15 +106,26 @@ void planOutcomes(const std::vector<std::string>& words)
     }
 }
 
-void readLine(const std::string& line)
+std::vector<std::string> splitWords(const std::string& line)
 {
-    const bool isOpen = std::ranges::count(line, '"') % 2 != 0;
-    expectNone(isOpen ? "a quotation mark is missing" : "");
     std::istringstream stream(line);
     std::vector<std::string> words;
-    for (std::string word; stream >> std::quoted(word, '"', '\0');) {
+    while (stream >> std::ws && !stream.eof()) {
+        const bool isQuoted = stream.peek() == '"';
+        std::string word;
+        stream >> std::quoted(word);
+        const bool isWhole =
+            isQuoted ? stream && (stream.peek() == EOF || std::isspace(stream.peek()) != 0)
+                     : word.find('"') == word.npos;
+        expectNone(isWhole ? "" : "a quotation mark is missing");
         words.push_back(word);
     }
+    return words;
+}
+
+void readLine(const std::string& line)
+{
+    const std::vector<std::string> words = splitWords(line);
     if (!words.empty() && words.front() == "set") {
         expectNone(words.size() == 3 ? "" : "a setting is \"set NAME VALUE\"");
         change(words[1], words[2]);
@@ -141,8 +159,8 @@ void readScript(const std::string& path)
     std::istringstream lines(given != nullptr ? given : "");
     for (std::string line; std::getline(lines, line);) {
         const std::size_t equals = line.find('=');
-        expectNone(equals != std::string::npos ? ""
-                                               : "the setting \"" + line + "\" is not NAME=VALUE");
+        const std::string fault = "the setting \"" + line + "\" is not NAME=VALUE";
+        expectNone(equals != std::string::npos ? "" : fault);
         change(line.substr(0, equals), line.substr(equals + 1));
     }
     return true;

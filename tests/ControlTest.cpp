@@ -1,8 +1,6 @@
 #include "tests/FirmwareFiles.h"
 #include "tests/ToolRun.h"
 
-#include <cstdlib>
-
 namespace {
 
 class ControlTest : public ToolTest {};
@@ -81,17 +79,6 @@ TEST_F(ControlTest, InterfaceCatchesOnlyWhatTheDisplayThrows)
         EXPECT_TRUE(result.calls.back().starts_with(call.substr(0, call.find(' ')))) << call;
         EXPECT_EQ(run("--interface", call + " throw-other\n").status, failed) << call;
     }
-}
-
-/// The library may keep the symbols of its exception class to itself.
-TEST_F(ControlTest, KnowsTheExceptionsOfAnyLibrary)
-{
-    setenv("LD_LIBRARY_PATH", VIMBRA_PLAIN_LIBRARY, 1);
-    const ToolResult result = run("--interface", "GetLcdEnabled throw=x\n");
-    EXPECT_TRUE(result.output.ends_with("\nError: x\n")) << result.output << result.errors;
-    EXPECT_EQ(result.status, 0);
-    EXPECT_TRUE(run("--help").output.starts_with("Application options:\n"));
-    unsetenv("LD_LIBRARY_PATH");
 }
 
 class AuthenticationTest : public ToolTest {

@@ -1,3 +1,4 @@
+#include "lc/MoxArmControl.h"
 #include "simulator/PicBootloader.h"
 #include "simulator/ProgrammingDevice.h"
 #include "tests/FirmwareFiles.h"
@@ -8,39 +9,6 @@
 // A run on the simulated instrument proves something only as far as that is strict.
 
 namespace {
-
-class SimulatorTest : public ToolTest {};
-
-TEST_F(SimulatorTest, RefusesWrongScripts)
-{
-    const Rows<std::string> cases{
-        // what is said of each of the lines
-        {"the setting \"pic\" takes normal, silent, late or refuse, not", "set pic loud"},
-        {"takes three numbers", "set pic-version 1.2\nset pic-version 1.2.65536"},
-        {"takes a number of 32 bits", "set gps-version 0x100000000\nset gps-version 0x1ffffffffff"},
-        {"takes FIRST-LAST", "set flash 2-1\nset flash 0-0x100000000\nset flash \"0-1 ok\""},
-        {"takes real or fast", "set clock slow\nset clock \"\""},
-        {"takes \"K OUTCOME\"", "set fail 1\nset fail \"0 ok\"\nset fail \"1 x\"\nset fail \"1 \""},
-        {"there are clock fail flash globals gps-mode gps-version pic pic-version", "set x y"},
-        {"a setting is \"set NAME VALUE\"", "set pic\nset pic late late"},
-        {"a quotation mark is missing", "GetLcdEnabled \"ok"},
-        {"no call has the key", "GetTime ok\nx:sync ok\nread ok\nx:sleep ok"},
-        {"no simulated device is called \"/dev/x\"", "/dev/x:read ok"},
-        {"no outcome is called \"x\"", "x:read ok x=1"},
-        {" has no outcome ", "sleep error=5\nx:read false\nx:write ok,hex=00\nusleep throw=x"},
-        {" has not the form", "x:read error=1x\nx:read short=\nx:read hex=0g\nx:read count"},
-        {"an outcome is missing", "x:read ok,\nx:read \"\""},
-    };
-    for (const auto& [complaint, lines] : cases) {
-        for (const std::string& line : splitLines(lines)) {
-            const std::string errors = run("--version", line).errors;
-            EXPECT_TRUE(errors.starts_with("[simulated instrument] script script: line 2: "));
-            EXPECT_NE(errors.find(complaint), std::string::npos) << errors;
-        }
-    }
-    shell("rm script; mkdir script");
-    EXPECT_TRUE(run("--version").errors.ends_with(" script script: can't be read\n"));
-}
 
 /// What is refused changes nothing, so that all of it can be offered on the way.
 TEST(ProgrammingDevice, TakesAnImageInOrderOnly)
@@ -80,6 +48,7 @@ TEST(PicBootloader, TakesAnUpdateInOrderOnly)
             6 . 01   7 . 00000001   0 . 00   2 000000000000 00   4 0000FFD0 01   4 0000FFC0 00
             1 . 01   5 C0C1C2C3C4C5C6C7C8C9CACBCCCD 01   3 . 00   3 . 01   1 . 01)"},
     };
+    EXPECT_FALSE(lc::MoxArmControl::Pic_Update_Comm_Tx({}, {}, 0, nullptr)); // to no PIC
     for (const auto& [what, device, commands] : cases) {
         std::istringstream steps(commands);
         simulator::PicBootloader pic(device);

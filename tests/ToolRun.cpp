@@ -91,8 +91,8 @@ ToolResult ToolTest::run(const std::string& arguments, const std::string& script
     write("trace", "");
     write("script", "set clock fast\n" + script);
     const std::string command =
-        "VIMBRA_SIM_SCRIPT=script VIMBRA_SIM_TRACE=trace VIMBRA_SIM_VOLATILE=volatile "
-        "ASAN_OPTIONS=verify_asan_link_order=0 " VIMBRA_PRELOAD " '" VIMBRA_TOOL "' " +
+        "VIMBRA_SIM_SCRIPT=script VIMBRA_SIM_TRACE=trace VIMBRA_SIM_VOLATILE=volatile " VIMBRA_TOOL
+        " " +
         arguments;
     // A run that never ends is not to fill the disk. Sanitizers and emulators take time.
     write("command", "ulimit -f 20000\n{ " + command + "; } >output 2>errors </dev/null\n");
