@@ -10,14 +10,17 @@ target_compile_options(vimbra_compile_options INTERFACE
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
     $<$<BOOL:${VIMBRA_WARNINGS_AS_ERRORS}>:-Werror>)
 
-# Each call goes by its own name, which is what stands in front of it looks for. _FORTIFY_SOURCE turns read and fgets
-# into others; what -Wp passes on comes behind a distribution's flags. The other two do so with open, lseek and select;
-# some 32-bit compilers define them unless they see just these options.
-target_compile_options(vimbra_compile_options INTERFACE
-    -Wp,-U_FORTIFY_SOURCE -U_TIME_BITS -U_FILE_OFFSET_BITS)
+# Calls go by the names that the simulated instrument has: these two would turn open, lseek and select into others; some
+# 32-bit compilers define them unless they see just these options.
+target_compile_options(vimbra_compile_options INTERFACE -U_TIME_BITS -U_FILE_OFFSET_BITS)
 
 # The tool runs as root on a field device.
 target_compile_options(vimbra_compile_options INTERFACE -fstack-protector-strong)
+set(no_fortify -Wp,-U_FORTIFY_SOURCE) # passed on so that it comes behind a distribution's flags
+set(fortify ${no_fortify})
+if(NOT VIMBRA_SANITIZE AND NOT VIMBRA_FUZZ) # which see more
+    list(APPEND fortify $<$<NOT:$<CONFIG:Debug>>:-Wp,-D_FORTIFY_SOURCE=2>)
+endif()
 target_link_options(vimbra_compile_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
 
 # Functions that nothing calls take no room on the board.
