@@ -69,8 +69,6 @@ if(NOT VIMBRA_COMMON_LIBRARY)
             PATTERN watch-progress EXCLUDE)
     install_manual(simulator vimbra-simulate)
     install_manual(simulator vimbra-tool) # whose options it takes
-    # Its completion takes functions of the tool's.
-    install_joined(simulator vimbra-simulate ${completions}
-                   ${completion}/vimbra-tool ${completion}/vimbra-simulate)
+    install_joined(simulator vimbra-simulate ${completions} ${completion}/vimbra-tool) # holds both
     install_documents(simulator vimbra-simulator simulator)
 endif()
