@@ -125,7 +125,7 @@ bool sendPackets(ImageReader& image, int device, int progress)
 
 std::string toLower(std::string text)
 {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char character) {
+    std::ranges::transform(text, text.begin(), [](unsigned char character) {
         return static_cast<char>(std::tolower(character));
     });
     return text;

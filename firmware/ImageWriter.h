@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/BufferedStream.h"
+#include "firmware/BufferedStream.h"
 #include "firmware/ImageFormat.h"
 
 #include <cstdint>

@@ -2,8 +2,8 @@
 
 #include "base/BigEndian.h"
 #include "base/Checksum.h"
-#include "base/HexGroups.h"
 #include "base/IntelHex.h"
+#include "firmware/HexGroups.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -65,7 +65,7 @@ void IntelHexParser::placeCarriedData(const Chunk& chunk)
     std::puts("Using remaining data from last line");
     startAtRunningAddress(chunk);
     const std::uint32_t count = recordLength - std::uint32_t{carryOffset};
-    std::copy_n(recordData + carryOffset, count, chunk.data);
+    std::ranges::copy_n(recordData + carryOffset, count, chunk.data);
     chunk.bytes += count;
     runningAddress += count;
     clearRecord();
@@ -157,9 +157,9 @@ const char* IntelHexParser::decodePlainLine(const char* line, const char* end)
 /// Finds the first line of the text. It has no end if it has not been read to its end yet.
 IntelHexParser::Line IntelHexParser::findLine(const char* begin, const char* end)
 {
-    const char* const lineFeed = std::find(begin, end, '\n');
-    const char* const colon = std::find(begin, lineFeed, ':');
-    if (colon != lineFeed && std::find(colon + 1, lineFeed, ':') != lineFeed) {
+    const char* const lineFeed = std::ranges::find(begin, end, '\n');
+    const char* const colon = std::ranges::find(begin, lineFeed, ':');
+    if (colon != lineFeed && std::ranges::find(colon + 1, lineFeed, ':') != lineFeed) {
         raiseParseError("Invalid file: Encountered ':' at least twice", __LINE__);
     }
     if (lineFeed == end) {
@@ -296,7 +296,7 @@ void IntelHexParser::placeData(const Chunk& chunk)
         carryPending = true;
         carryOffset = static_cast<std::uint8_t>(count);
     }
-    std::copy_n(recordData, count, chunk.data + offset);
+    std::ranges::copy_n(recordData, count, chunk.data + offset);
     if (offset + count != 0) { // an empty record at the start of a chunk takes nothing back
         chunk.bytes = offset + count;
     }

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "app/AppException.h"
-#include "base/BufferedStream.h"
 #include "base/Checksum.h"
 #include "base/HexDigits.h"
+#include "firmware/BufferedStream.h"
 
 #include <array>
 #include <cstddef>

@@ -14,14 +14,6 @@
 
 inline constexpr std::size_t maxBlockSize = 4096;
 
-// The tags. What they mean depends on the channel.
-inline constexpr std::uint32_t keyEventTag = 0xfeedbe01;      ///< /dev/arm-events
-inline constexpr std::uint32_t keyValueEventTag = 0xfeedbe02; ///< /dev/arm-events
-inline constexpr std::uint32_t batteryEventTag = 0xfeedbe03;  ///< /dev/arm-events
-inline constexpr std::uint32_t dlsEventTag = 0xfeedbe04;      ///< /dev/arm-events
-inline constexpr std::uint32_t gpsDataTag = 0xfeedbe01;       ///< /dev/arm-sensors
-inline constexpr std::uint32_t picReplyTag = 0xfeedbe03;      ///< /dev/arm-comms
-
 /// Header in front of each record's payload.
 struct ArmRecordHeader {
     std::uint32_t tag;
@@ -31,6 +23,10 @@ static_assert(std::endian::native == std::endian::little);
 static_assert(sizeof(ArmRecordHeader) == 8);
 static_assert(offsetof(ArmRecordHeader, tag) == 0);
 static_assert(offsetof(ArmRecordHeader, length) == 4);
+
+// What a tag means depends on the channel. These say that the entries are `DataEntry`s.
+inline constexpr std::uint32_t gpsDataTag = 0xfeedbe01;  ///< on /dev/arm-sensors
+inline constexpr std::uint32_t picReplyTag = 0xfeedbe03; ///< on /dev/arm-comms
 
 /// Entry of GPS data, Bluetooth data and PIC replies.
 struct DataEntry {

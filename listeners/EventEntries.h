@@ -3,7 +3,9 @@
 #include <cstddef>
 #include <cstdint>
 
-// What the records of /dev/arm-events consist of.
+// What the records of /dev/arm-events consist of, each behind its tag.
+
+inline constexpr std::uint32_t keyEventTag = 0xfeedbe01;
 
 /// Entry of a key event.
 struct KeyEvent {
@@ -16,6 +18,8 @@ static_assert(offsetof(KeyEvent, key) == 0);
 static_assert(offsetof(KeyEvent, time) == 4);
 static_assert(offsetof(KeyEvent, state) == 8);
 
+inline constexpr std::uint32_t keyValueEventTag = 0xfeedbe02;
+
 /// Entry of a key/value event; the key is a `ValueKey`.
 struct KeyValueEvent {
     std::int32_t key;
@@ -24,6 +28,8 @@ struct KeyValueEvent {
 static_assert(sizeof(KeyValueEvent) == 8);
 static_assert(offsetof(KeyValueEvent, key) == 0);
 static_assert(offsetof(KeyValueEvent, value) == 4);
+
+inline constexpr std::uint32_t batteryEventTag = 0xfeedbe03;
 
 /// One battery pack. The field names are those that are printed.
 struct BatteryEventBlock {
@@ -65,6 +71,8 @@ struct BatteryEventRecord {
 };
 static_assert(sizeof(BatteryEventRecord) == 80);
 static_assert(offsetof(BatteryEventRecord, left) == 40);
+
+inline constexpr std::uint32_t dlsEventTag = 0xfeedbe04;
 
 /// Entry of a DLS event.
 struct DlsEvent {

@@ -172,8 +172,8 @@ bool MoxArmControl::GetBatInfo(bat_info_to_ui& info)
     if (call.fillsOutputs()) {
         info = batteries;
         const Bytes bytes = call.outcome().bytes("hex");
-        std::copy_n(bytes.begin(), std::min(bytes.size(), sizeof(info)),
-                    reinterpret_cast<std::uint8_t*>(&info));
+        std::ranges::copy_n(bytes.begin(), std::min(bytes.size(), sizeof(info)),
+                            reinterpret_cast<std::uint8_t*>(&info));
     }
     return call.succeeds();
 }
@@ -231,7 +231,7 @@ bool MoxArmControl::Ipad_Auth_Chip_Rx(unsigned char reg, unsigned char* data, in
         const bool isScripted = call.outcome().has("hex");
         const Bytes bytes = isScripted ? call.outcome().bytes("hex") : readAuthRegister(reg);
         const std::size_t size = std::min(bytes.size(), static_cast<std::size_t>(length));
-        std::copy_n(bytes.begin(), size, data);
+        std::ranges::copy_n(bytes.begin(), size, data);
         call.fill("count", *count, static_cast<long long>(size));
     }
     return call.succeeds();

@@ -209,7 +209,7 @@ ssize_t readNode(OpenFile& node, std::uint8_t* bytes, std::size_t size)
         replies.pop_front();
     }
     const std::size_t count = std::min(block.size(), size); // the rest of a block is lost
-    std::copy_n(block.begin(), count, bytes);
+    std::ranges::copy_n(block.begin(), count, bytes);
     return static_cast<ssize_t>(count);
 }
 
@@ -236,7 +236,7 @@ ssize_t deliver(const Outcome& outcome, OpenFile& file, void* buffer, std::size_
     if (outcome.has("hex")) {
         const Bytes scripted = outcome.bytes("hex");
         const std::size_t count = std::min(scripted.size(), size);
-        std::copy_n(scripted.begin(), count, bytes);
+        std::ranges::copy_n(scripted.begin(), count, bytes);
         return static_cast<ssize_t>(count);
     }
     const std::size_t most = limitCount(outcome, size);

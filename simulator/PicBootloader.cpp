@@ -54,8 +54,7 @@ const PicBootloader::Rule* PicBootloader::findRule(int command) const
         {MoxArmControl::PicCmdFinish, 0, State::dataEnded, State::finished},
     }};
     const auto known = std::span(rules).first(isGps ? 4 : rules.size());
-    const auto rule = std::find_if(known.begin(), known.end(),
-                                   [&](const Rule& row) { return row.command == command; });
+    const auto rule = std::ranges::find(known, command, &Rule::command);
     return rule != known.end() ? &*rule : nullptr;
 }
 
@@ -65,7 +64,7 @@ PicBootloader::PicBootloader(int device)
       versionMark(device == MoxArmControl::PicDevOrvelShoe ? shoeVersionFlag : 0)
 {
     const auto held = numberSetting(isGps ? "gps-version" : "pic-version");
-    std::copy(held.begin(), held.end(), version.begin());
+    std::ranges::copy(held, version.begin());
 }
 
 Bytes PicBootloader::answer(int command, const Bytes& payload)
