@@ -10,7 +10,7 @@ public:
     AppException(const std::string& message, int line, const char* fileName);
 
     /// "FILE (LINE): MESSAGE"; valid as long as the object lives.
-    const char* what() const noexcept override;
+    [[nodiscard]] const char* what() const noexcept override;
 
 private:
     std::string text;

@@ -9,7 +9,7 @@ public:
     Task& operator=(const Task&) = delete;
 
     /// Display text of the task; statically allocated, never null.
-    virtual const char* name() const = 0;
+    [[nodiscard]] virtual const char* name() const = 0;
 
     /// Performs the task. Returns the exit status of the process: 0 for success, -1 for failure.
     virtual int run() = 0;

@@ -10,8 +10,8 @@ public:
     FileDescriptor(const FileDescriptor&) = delete;
     FileDescriptor& operator=(const FileDescriptor&) = delete;
 
-    bool isOpen() const { return descriptor != -1; }
-    int get() const { return descriptor; }
+    [[nodiscard]] bool isOpen() const { return descriptor != -1; }
+    [[nodiscard]] int get() const { return descriptor; }
 
     /// Takes over a descriptor that `open` returned; closes the one held before.
     void reset(int opened)

@@ -8,6 +8,6 @@
 /// `lc::Exception` is caught around the display operations only.
 class ArmInterfaceTask : public Task {
 public:
-    const char* name() const override { return "Arm-interface test"; }
+    [[nodiscard]] const char* name() const override { return "Arm-interface test"; }
     int run() override;
 };

@@ -13,7 +13,7 @@ public:
     /// Throws `AppException` if an output directory is given and the HEX path ends in a slash.
     ArmFirmwareTask(const std::string& hexFile, const std::string& outputDirectory);
 
-    const char* name() const override { return "Intel HEX to binary"; }
+    [[nodiscard]] const char* name() const override { return "Intel HEX to binary"; }
 
     /// Returns 0, or -1 after printing what failed. An image that was begun is left as it is then:
     /// without an end marker and without a count in its first header. An older image stays only if
@@ -34,7 +34,7 @@ class ArmProgramTask : public Task {
 public:
     explicit ArmProgramTask(const std::string& firmwareFile);
 
-    const char* name() const override { return "arm-programming"; }
+    [[nodiscard]] const char* name() const override { return "arm-programming"; }
 
     /// Returns 0 when the co-processor was programmed, or -1 after printing what failed. Nothing
     /// reaches the device before the whole image has passed its checks. From here on the process
@@ -43,10 +43,10 @@ public:
     int run() override;
 
     /// Checks and sends one image. `progressStart` is in percent. Returns 0 or -1.
-    int programImage(const std::string& path, int progressStart) const;
+    [[nodiscard]] int programImage(const std::string& path, int progressStart) const;
 
     /// Converts a HEX file and programs the resulting image, which is left behind. Returns 0 or -1.
-    int convertAndProgram(const std::string& hexPath) const;
+    [[nodiscard]] int convertAndProgram(const std::string& hexPath) const;
 
 private:
     std::string imagePath; ///< as given: of an image or a HEX file

@@ -21,7 +21,7 @@ public:
     }
 
     /// The stream, or null while none is open.
-    std::FILE* get() const { return stream.get(); }
+    [[nodiscard]] std::FILE* get() const { return stream.get(); }
 
 private:
     static constexpr std::size_t bufferSize = 65536;

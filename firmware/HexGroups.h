@@ -37,7 +37,7 @@ public:
     }
 
     /// Sum of the bytes modulo 256, of at most 128 groups; or nothing if a character was no digit.
-    std::optional<std::uint8_t> sum() const
+    [[nodiscard]] std::optional<std::uint8_t> sum() const
     {
         constexpr std::uint64_t topBits = 0x80 * each;
         if ((areDigits[0] & areDigits[1] & topBits) != topBits) {

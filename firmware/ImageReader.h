@@ -20,7 +20,10 @@ public:
     void rewind();
 
     /// Data packets and end marker. 64 bits wide, since the header's count may be any number.
-    std::uint64_t packetCount() const { return std::uint64_t{fileHeader.packetIndex} + 1; }
+    [[nodiscard]] std::uint64_t packetCount() const
+    {
+        return std::uint64_t{fileHeader.packetIndex} + 1;
+    }
 
     /// Reads the rest of the image, from the first packet's data on: checks each packet and calls
     /// `handle` with it and its number, counted from 0. A false result of `handle` ends the walk.
@@ -32,7 +35,10 @@ private:
     bool readPacketData();
     bool readNextHeader();
     bool readAll(void* buffer, std::size_t size) const;
-    int packetNumber() const { return static_cast<int>(packetIndex); } ///< as it is printed
+    [[nodiscard]] int packetNumber() const
+    {
+        return static_cast<int>(packetIndex);
+    } ///< as it is printed
 
     FileDescriptor image;
     ImagePacketHeader fileHeader{};

@@ -21,7 +21,7 @@ public:
     void finish();
 
     /// Data packets appended so far.
-    std::uint32_t dataPacketCount() const { return packetsWritten; }
+    [[nodiscard]] std::uint32_t dataPacketCount() const { return packetsWritten; }
 
 private:
     void write(const ImagePacketHeader& header);

@@ -60,7 +60,7 @@ struct ArmRecord {
 
     /// Whether the payload holds a whole entry.
     template <class Entry>
-    bool holds() const
+    [[nodiscard]] bool holds() const
     {
         return payload.size() >= sizeof(Entry);
     }

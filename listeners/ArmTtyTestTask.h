@@ -5,13 +5,13 @@
 /// Listens on /dev/ttyARM0 and prints the raw Bluetooth bytes in hexadecimal.
 class ArmTtyTestTask : public Task {
 public:
-    const char* name() const override { return "Arm-tty test"; }
+    [[nodiscard]] const char* name() const override { return "Arm-tty test"; }
 
     /// Runs until the process is ended from outside. Returns -1 if the device can't be opened.
     int run() override;
 
     /// Reads and prints what has arrived. Returns false only when the device is not open.
-    bool readBlock() const;
+    [[nodiscard]] bool readBlock() const;
 
 private:
     void listen();

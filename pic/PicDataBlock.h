@@ -27,8 +27,8 @@ public:
     /// the filler.
     void addRow(std::uint32_t address, std::span<const std::uint8_t> data);
 
-    bool isEmpty() const { return rowCount == 0; }
-    bool isFull() const { return rowCount == picRowsPerBlock; }
+    [[nodiscard]] bool isEmpty() const { return rowCount == 0; }
+    [[nodiscard]] bool isFull() const { return rowCount == picRowsPerBlock; }
 
     /// Ends the block: fills the rows that are left with the filler and computes the checksum; with
     /// `swapsWords` every word 3F FF of the data is turned into FF 3F, which leaves the checksum

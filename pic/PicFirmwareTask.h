@@ -17,7 +17,7 @@ public:
     /// Resets the exported globals of the PIC update. Opens nothing.
     explicit PicFirmwareTask(const std::string& firmwarePath);
 
-    const char* name() const override { return "PIC Bootloader"; }
+    [[nodiscard]] const char* name() const override { return "PIC Bootloader"; }
 
     /// Returns -1 when /dev/arm-comms or the file can't be opened, the file is refused or the
     /// update failed, after printing why. Otherwise 0: the PIC was updated, needs no update or

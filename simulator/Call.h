@@ -18,7 +18,7 @@ public:
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
 
-    const Outcome& outcome() const { return planned; }
+    [[nodiscard]] const Outcome& outcome() const { return planned; }
 
     /// Traces the call, with the result if it has one.
     void show(const std::string& result = "") const;
@@ -26,7 +26,7 @@ public:
     /// Fails with the scripted error, or does what `action` does. Traces the call with its result;
     /// -1 stands for the error in errno, which is kept.
     template <class Action>
-    auto perform(Action action) const -> decltype(action())
+    auto perform(Action action) -> decltype(action())
     {
         const bool fails = planned.has("error");
         const auto result = fails ? decltype(action())(-1) : action();

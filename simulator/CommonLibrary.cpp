@@ -13,7 +13,9 @@
 #include "simulator/Script.h"
 
 #include <algorithm>
+#include <cstring>
 #include <dlfcn.h>
+#include <span>
 #include <stdexcept>
 
 using namespace simulator;
@@ -23,7 +25,7 @@ namespace {
 
 struct ScriptedException : lc::Exception {
     explicit ScriptedException(const std::string& scriptedText) : text(scriptedText) {}
-    const char* what() const noexcept override { return text.c_str(); }
+    [[nodiscard]] const char* what() const noexcept override { return text.c_str(); }
 
     std::string text;
 };
@@ -42,8 +44,8 @@ public:
         }
     }
 
-    bool succeeds() const { return !outcome().has("false"); }
-    bool fillsOutputs() const { return !outcome().has("unfilled"); }
+    [[nodiscard]] bool succeeds() const { return !outcome().has("false"); }
+    [[nodiscard]] bool fillsOutputs() const { return !outcome().has("unfilled"); }
 
     /// Fills an output in with the scripted number, or with the instrument's own.
     template <class Value>
@@ -68,7 +70,7 @@ public:
     }
 
     /// The scripted truth value, or the instrument's own.
-    bool value(bool own) const { return outcome().number("value", own) != 0; }
+    [[nodiscard]] bool value(bool own) const { return outcome().number("value", own) != 0; }
 
     /// Switches something of the instrument, unless the script lets that fail.
     bool change(const char* what, bool& state, bool on) const
@@ -172,8 +174,7 @@ bool MoxArmControl::GetBatInfo(bat_info_to_ui& info)
     if (call.fillsOutputs()) {
         info = batteries;
         const Bytes bytes = call.outcome().bytes("hex");
-        std::ranges::copy_n(bytes.begin(), std::min(bytes.size(), sizeof(info)),
-                            reinterpret_cast<std::uint8_t*>(&info));
+        std::memcpy(&info, bytes.data(), std::min(bytes.size(), sizeof(info)));
     }
     return call.succeeds();
 }
@@ -231,7 +232,7 @@ bool MoxArmControl::Ipad_Auth_Chip_Rx(unsigned char reg, unsigned char* data, in
         const bool isScripted = call.outcome().has("hex");
         const Bytes bytes = isScripted ? call.outcome().bytes("hex") : readAuthRegister(reg);
         const std::size_t size = std::min(bytes.size(), static_cast<std::size_t>(length));
-        std::ranges::copy_n(bytes.begin(), size, data);
+        std::ranges::copy(std::span(bytes).first(size), data);
         call.fill("count", *count, static_cast<long long>(size));
     }
     return call.succeeds();

@@ -16,6 +16,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <map>
+#include <span>
 #include <sys/mman.h>
 #include <sys/select.h>
 #include <unistd.h>
@@ -209,7 +210,7 @@ ssize_t readNode(OpenFile& node, std::uint8_t* bytes, std::size_t size)
         replies.pop_front();
     }
     const std::size_t count = std::min(block.size(), size); // the rest of a block is lost
-    std::ranges::copy_n(block.begin(), count, bytes);
+    std::ranges::copy(std::span(block).first(count), bytes);
     return static_cast<ssize_t>(count);
 }
 
@@ -236,7 +237,7 @@ ssize_t deliver(const Outcome& outcome, OpenFile& file, void* buffer, std::size_
     if (outcome.has("hex")) {
         const Bytes scripted = outcome.bytes("hex");
         const std::size_t count = std::min(scripted.size(), size);
-        std::ranges::copy_n(scripted.begin(), count, bytes);
+        std::ranges::copy(std::span(scripted).first(count), bytes);
         return static_cast<ssize_t>(count);
     }
     const std::size_t most = limitCount(outcome, size);
@@ -290,7 +291,7 @@ extern "C" {
 
 int open(const char* path, int flags, ...) // the tool creates no file this way
 {
-    const Call call(path + std::string(":open"), to_string(flags));
+    Call call(path + std::string(":open"), to_string(flags));
     int fd = -1;
     // Descriptors differ from machine to machine and are not traced.
     call.perform([&] { return std::min(fd = openFile(path, flags), 0); });
@@ -299,7 +300,7 @@ int open(const char* path, int flags, ...) // the tool creates no file this way
 
 FILE* fopen(const char* path, const char* mode)
 {
-    const Call call(path + std::string(":fopen"), mode);
+    Call call(path + std::string(":fopen"), mode);
     FILE* stream = nullptr;
     call.perform([&] { return (stream = openStream(path, mode)) != nullptr ? 0 : -1; });
     return stream;
@@ -332,7 +333,7 @@ ssize_t read(int fd, void* buffer, size_t size)
     if (file == nullptr) {
         return REAL(read)(fd, buffer, size);
     }
-    const Call call(file->path + ":read", to_string(size));
+    Call call(file->path + ":read", to_string(size));
     return call.perform([&] { return deliver(call.outcome(), *file, buffer, size); });
 }
 
@@ -342,7 +343,7 @@ ssize_t write(int fd, const void* buffer, size_t size)
     if (file == nullptr) {
         return REAL(write)(fd, buffer, size);
     }
-    const Call call(file->path + ":write", file->isNode ? toHex(buffer, size) : to_string(size));
+    Call call(file->path + ":write", file->isNode ? toHex(buffer, size) : to_string(size));
     return call.perform([&] { return accept(call.outcome(), *file, buffer, size); });
 }
 
@@ -352,7 +353,7 @@ off_t lseek(int fd, off_t offset, int whence) noexcept
     if (file == nullptr) {
         return REAL(lseek)(fd, offset, whence);
     }
-    const Call call(file->path + ":lseek", to_string(offset) + ", " + to_string(whence));
+    Call call(file->path + ":lseek", to_string(offset) + ", " + to_string(whence));
     return call.perform(
         [&] { return file->isNode ? off_t{failWith(ESPIPE)} : REAL(lseek)(fd, offset, whence); });
 }
@@ -364,7 +365,7 @@ int fsync(int fd)
         return REAL(fsync)(fd);
     }
     const std::string position = file->isNode ? "" : to_string(REAL(lseek)(fd, 0, SEEK_CUR));
-    const Call call(file->path + ":fsync", position);
+    Call call(file->path + ":fsync", position);
     return call.perform([&] { return file->isNode ? 0 : REAL(fsync)(fd); });
 }
 
@@ -382,8 +383,7 @@ int select(int count, fd_set* readSet, fd_set* writeSet, fd_set* exceptSet, time
         waitUntil(never);
         return failWith(EINVAL);
     }
-    const Call call(file->path + ":select",
-                    timeout == nullptr ? "none" : to_string(toSeconds(*timeout)));
+    Call call(file->path + ":select", timeout == nullptr ? "none" : to_string(toSeconds(*timeout)));
     return call.perform([&] {
         if (call.outcome().has("end")) {
             waitUntil(never); // a listener is ended from outside

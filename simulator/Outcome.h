@@ -16,10 +16,13 @@ public:
     /// `text` is one in which `findOutcomeFault` finds nothing.
     explicit Outcome(const std::string& text);
 
-    bool has(const std::string& name) const { return fields.contains(name); }
-    std::string text(const std::string& name) const { return has(name) ? fields.at(name) : ""; }
-    long long number(const std::string& name, long long fallback) const;
-    Bytes bytes(const std::string& name) const { return fromHex(text(name)); }
+    [[nodiscard]] bool has(const std::string& name) const { return fields.contains(name); }
+    [[nodiscard]] std::string text(const std::string& name) const
+    {
+        return has(name) ? fields.at(name) : "";
+    }
+    [[nodiscard]] long long number(const std::string& name, long long fallback) const;
+    [[nodiscard]] Bytes bytes(const std::string& name) const { return fromHex(text(name)); }
 
 private:
     std::map<std::string, std::string> fields;

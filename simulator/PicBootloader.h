@@ -24,10 +24,10 @@ private:
     struct Rule;
     using Versions = std::array<std::uint32_t, 3>;
 
-    const Rule* findRule(int command) const;
+    [[nodiscard]] const Rule* findRule(int command) const;
     const char* findFault(const Rule* rule, const Bytes& payload) const;
-    const char* findBlockFault(const Bytes& payload) const;
-    Versions readVersions(const Bytes& payload) const;
+    [[nodiscard]] const char* findBlockFault(const Bytes& payload) const;
+    [[nodiscard]] Versions readVersions(const Bytes& payload) const;
     void execute(const Rule& rule, const Bytes& payload);
 
     const char* name;

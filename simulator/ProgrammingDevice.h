@@ -19,7 +19,7 @@ public:
     void reportMemory() const;
 
 private:
-    const char* findFault(const ImagePacketHeader& header, const Bytes& data) const;
+    [[nodiscard]] const char* findFault(const ImagePacketHeader& header, const Bytes& data) const;
 
     std::uint32_t announced = 0; ///< data packets, from the first header
     std::uint32_t taken = 0;     ///< data packets
