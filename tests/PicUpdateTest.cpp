@@ -1,5 +1,5 @@
-#include "pic/PicCommandChannel.h"
 #include "pic/PicFileName.h"
+#include "pic/PicFirmwareTask.h"
 #include "pic/PicGlobals.h"
 #include "tests/FirmwareFiles.h"
 #include "tests/ToolRun.h"
@@ -47,16 +47,17 @@ std::string block(const char* command, const std::string& address, const std::st
     return command + toHex(bytes + static_cast<char>(checksumOf(bytes))) + ")\n";
 }
 
-TEST(PicCommandChannel, ForgetsTheCommandBehindItsAnswer)
+TEST(PicFirmwareTask, ForgetsTheCommandBehindItsAnswer)
 {
+    const PicFirmwareTask task("");
     testing::internal::CaptureStdout();
-    EXPECT_FALSE(PicCommandChannel().sendPicCommand(
-        lc::MoxArmControl::PicDevOrvelBat, lc::MoxArmControl::PicCmdBegin, {}, checkPicResponse));
+    EXPECT_FALSE(task.sendPicCommand(lc::MoxArmControl::PicCmdBegin, 0, nullptr, checkPicResponse));
+    EXPECT_EQ(task.checkGpsPicVersion(), -1);
     printPicUpdateErr(PicErrNoResponse);
     printPicUpdateErr(static_cast<PicUpdateErr>(-7));
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "PicUpdateErr: ArmCommFd not opened.\n"
-                                                      "PicUpdateErr: Didn't get a response.\n"
-                                                      "PicUpdateErr: Unknown Error -7.\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              repeat(2, "PicUpdateErr: ArmCommFd not opened.\n") +
+                  "PicUpdateErr: Didn't get a response.\nPicUpdateErr: Unknown Error -7.\n");
     EXPECT_EQ(Cmd, lc::MoxArmControl::PicCmdNone);
 }
 
