@@ -5,6 +5,7 @@
 #include "pic/PicDataBlock.h"
 #include "pic/PicHexRecord.h"
 
+#include <algorithm>
 #include <array>
 #include <cinttypes>
 #include <cstring>
@@ -60,7 +61,8 @@ void Planner::read(std::FILE* file)
         }
         planLine(line.data());
         lineNumber += isBehindLineFeed ? 1 : 0;
-        isBehindLineFeed = std::strchr(line.data(), '\n') != nullptr;
+        // A piece of a longer line fills the buffer; else there is one, perhaps behind a NUL.
+        isBehindLineFeed = std::find(line.begin(), line.end(), '\n') != line.end();
     }
     if (std::ferror(file) != 0) {
         throw "HEX file can't be read to its end";

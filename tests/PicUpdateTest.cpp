@@ -343,10 +343,11 @@ TEST_F(PicUpdateTest, WarnsOfWhatMayNotBeMeant)
     const std::string noRows = "Warning: no program rows for this PIC in the file\n";
     const std::string noEnd =
         "Warning: the file has no end-of-file record; it may have been cut off\n";
-    const auto undecodable = [](const char* line) {
-        return std::string("Warning: line ") + line +
+    const auto undecodable = [](const std::string& line) {
+        return "Warning: line " + line +
                " of the file can't be decoded; the update will end there, unfinished\n";
     };
+    const std::string inPieces = ":00\r" + std::string(196, 'x') + ":00\n";
     const Rows<std::string, std::string> cases{
         {"consecutive", hexRows(0x7F0, fourRows + row) + hexEnd, ""},
         {"a gap between blocks", hexRows(0x800, fourRows) + hexRows(0x900, row) + hexEnd, ""},
@@ -358,7 +359,7 @@ TEST_F(PicUpdateTest, WarnsOfWhatMayNotBeMeant)
         {"an empty line", "\n", undecodable("1")},
         {"short rows and a cut line", hexRows(0x800, row, 6) + ":1",
          stray + "00000806" + follow + undecodable("5")},
-        {"no more bytes than looked at", hexRows(0x800, row) + hexEnd + "x\nx\n", undecodable("4")},
+        {"no more lines than looked at", inPieces + ":00" + '\0' + "\nx\nx\n", undecodable("3")},
     };
     for (const auto& [what, hex, warnings] : cases) {
         update(battery, hex);
