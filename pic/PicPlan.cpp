@@ -43,7 +43,8 @@ private:
     unsigned int lineNumber = 0;
     std::uint32_t upperAddress = 0; ///< bits 31 to 16 of the addresses
     PicDataBlock block;
-    std::uint32_t rowEnd = 0; ///< of the row before, with its filler
+    std::uint32_t dataEnd = 0; ///< of the row before
+    std::uint32_t rowEnd = 0;  ///< of the row before, with its filler
     bool hasRows = false;
     bool hasEnd = false;                       ///< an end-of-file record
     std::optional<std::uint32_t> strayAddress; ///< of the first row that is stray
@@ -142,6 +143,7 @@ void Planner::planRow(std::uint32_t address, std::span<const std::uint8_t> data)
     if (!strayAddress && isStray(address)) {
         strayAddress = address;
     }
+    dataEnd = address + static_cast<std::uint32_t>(data.size());
     rowEnd = address + picRowSize;
     hasRows = true;
     block.addRow(address, data);
@@ -150,19 +152,20 @@ void Planner::planRow(std::uint32_t address, std::span<const std::uint8_t> data)
     }
 }
 
-/// Inside a block a row must follow the one before.
+/// Inside a block a row must follow the one before. A block may begin anywhere but where the row
+/// before has its filler.
 bool Planner::isStray(std::uint32_t address) const
 {
-    return !block.isEmpty() && address != rowEnd;
+    return block.isEmpty() ? address - dataEnd < rowEnd - dataEnd : address != rowEnd;
 }
 
 void Planner::warn() const
 {
     if (strayAddress) {
         std::fprintf(stderr,
-                     "Warning: the program row at %08" PRIX32 " does not follow the one before it; "
-                     "rows are sent in the order of the file and lie one behind the other in a "
-                     "block, whatever their addresses\n",
+                     "Warning: the program row at %08" PRIX32 " does not lie 16 bytes behind the "
+                     "one before it; in a block each row takes 16 bytes, in the order of the file, "
+                     "and only the first one's address counts\n",
                      *strayAddress);
     }
     if (plan.fault) {

@@ -333,13 +333,15 @@ TEST_F(PicUpdateTest, RefusesBadFiles)
         run("--program-pic fifo_" + battery.name + writing).output.ends_with(batteryUpdated));
 }
 
-/// What is programmed in another way than the file may mean it is said on standard error.
+/// What is programmed in another way than the file may mean it is said on standard error, in front
+/// of the first command.
 TEST_F(PicUpdateTest, WarnsOfWhatMayNotBeMeant)
 {
-    const std::string stray = "Warning: the program row at ";
-    const std::string follow =
-        " does not follow the one before it; rows are sent in the order of the file and lie one "
-        "behind the other in a block, whatever their addresses\n";
+    const auto stray = [](const std::string& address) {
+        return "Warning: the program row at " + address +
+               " does not lie 16 bytes behind the one before it; in a block each row takes 16 "
+               "bytes, in the order of the file, and only the first one's address counts\n";
+    };
     const std::string noRows = "Warning: no program rows for this PIC in the file\n";
     const std::string noEnd =
         "Warning: the file has no end-of-file record; it may have been cut off\n";
@@ -347,22 +349,23 @@ TEST_F(PicUpdateTest, WarnsOfWhatMayNotBeMeant)
         return "Warning: line " + line +
                " of the file can't be decoded; the update will end there, unfinished\n";
     };
+    const std::string endsShort = hexRows(0x800, fourRows.substr(8)); // at 0x838
     const std::string inPieces = ":00\r" + std::string(196, 'x') + ":00\n";
     const Rows<std::string, std::string> cases{
         {"consecutive", hexRows(0x7F0, fourRows + row) + hexEnd, ""},
-        {"a gap between blocks", hexRows(0x800, fourRows) + hexRows(0x900, row) + hexEnd, ""},
+        {"elsewhere", endsShort + hexRows(0x700, row) + hexEnd, ""},
+        {"at a filler", endsShort + hexRows(0x838, row) + hexEnd, stray("00000838")},
+        {"in a filler", endsShort + hexRows(0x83F, row) + hexEnd, stray("0000083F")},
+        {"behind a filler", endsShort + hexRows(0x840, row) + hexEnd, ""},
         {"gaps, no end", hexRows(0x800, fourRows + row) + hexRows(0x85A, row) + hexRows(0x10, row),
-         stray + "0000085A" + follow + noEnd},
-        {"short rows", hexRows(0x12800, row, 6) + hexEnd, stray + "00012806" + follow},
-        {"no rows", toConfiguration + hexRecord(0, 0, row) + hexEnd, noRows},
-        {"nothing", "", noRows + noEnd},
-        {"an empty line", "\n", undecodable("1")},
-        {"short rows and a cut line", hexRows(0x800, row, 6) + ":1",
-         stray + "00000806" + follow + undecodable("5")},
+         stray("0000085A") + noEnd},
+        {"no rows, no end", toConfiguration + hexRecord(0, 0, row), noRows + noEnd},
+        {"short rows and a cut line", hexRows(0x12800, row, 6) + ":1",
+         stray("00012806") + undecodable("5")},
         {"no more lines than looked at", inPieces + ":00" + '\0' + "\nx\nx\n", undecodable("3")},
     };
     for (const auto& [what, hex, warnings] : cases) {
-        update(battery, hex);
+        update(battery, hex, "set globals shown\n");
         EXPECT_EQ(result.errors.substr(0, result.errors.find("[simulated")), warnings) << what;
     }
 }
