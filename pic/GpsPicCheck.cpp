@@ -27,7 +27,7 @@ void storeVersion(const DataEntry& entry)
 
 bool query(const PicCommandChannel& channel, MoxArmControl::PicUpdateCmdType command)
 {
-    return channel.sendPicCommand(MoxArmControl::PicDevKt4100Gps, command, {}, checkGpsPicResponse);
+    return channel.send(MoxArmControl::PicDevKt4100Gps, command, 0, nullptr, checkGpsPicResponse);
 }
 
 } // namespace
@@ -56,7 +56,7 @@ PicUpdateErr checkGpsPicResponse(const DataEntry& entry)
     }
 }
 
-GpsPicVerdict checkGpsPicVersion(const PicCommandChannel& channel, std::uint16_t fileVersion)
+GpsPicVerdict askGpsPic(const PicCommandChannel& channel, std::uint16_t fileVersion)
 {
     if (!query(channel, MoxArmControl::PicCmdGetGpsMode) ||
         !query(channel, MoxArmControl::PicCmdGetGpsVersion)) {

@@ -17,4 +17,4 @@ enum GpsPicVerdict : std::int32_t {
 PicUpdateErr checkGpsPicResponse(const DataEntry& entry);
 
 /// Asks the GPS PIC for its mode and version and decides whether `fileVersion` is to be programmed.
-GpsPicVerdict checkGpsPicVersion(const PicCommandChannel& channel, std::uint16_t fileVersion);
+GpsPicVerdict askGpsPic(const PicCommandChannel& channel, std::uint16_t fileVersion);

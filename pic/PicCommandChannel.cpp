@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdio>
 #include <fcntl.h>
+#include <span>
 #include <unistd.h>
 
 using lc::MoxArmControl;
@@ -19,33 +20,27 @@ constexpr int maxEmptyReads = 100; // in a row, while draining
 
 constexpr std::uint8_t upToDateStatus = 0xFE;
 
-/// The result of the first entry that is not accepted; those behind it are not looked at.
-PicUpdateErr checkEntries(const ArmRecord& record, PicResponseCheck check)
+/// The result of the first entry that is not accepted; those behind it are not looked at. A reply
+/// that was not received whole is bad data.
+PicUpdateErr checkReply(const ArmRecord& reply, PicResponseCheck check)
 {
-    PicUpdateErr result = PicErrNone;
-    record.forEach<DataEntry>(
+    PicUpdateErr result = reply.cutShort ? PicErrBadData : PicErrNone;
+    reply.forEach<DataEntry>(
         [&](const DataEntry& entry) { result = result == PicErrNone ? check(entry) : result; });
     return result;
 }
 
-/// A block without any PIC reply counts as accepted. A reply that was not received whole is bad
-/// data.
+/// The result of the first reply that is not accepted. A block without any counts as accepted.
 PicUpdateErr checkReplyBlock(std::span<const std::byte> block, PicResponseCheck check)
 {
+    PicUpdateErr result = PicErrNone;
     ArmRecordWalk walk(block);
-    while (const auto record = walk.next()) {
-        if (record->tag != picReplyTag) {
-            continue;
-        }
-        if (record->cutShort) {
-            return PicErrBadData;
-        }
-        const PicUpdateErr result = checkEntries(*record, check);
-        if (result != PicErrNone) {
-            return result;
+    for (auto record = walk.next(); record && result == PicErrNone; record = walk.next()) {
+        if (record->tag == picReplyTag) {
+            result = checkReply(*record, check);
         }
     }
-    return PicErrNone;
+    return result;
 }
 
 } // namespace
@@ -86,14 +81,12 @@ void PicCommandChannel::drain() const
     }
 }
 
-bool PicCommandChannel::sendPicCommand(MoxArmControl::PicUpdateDevType device,
-                                       MoxArmControl::PicUpdateCmdType command,
-                                       std::span<std::uint8_t> payload,
-                                       PicResponseCheck check) const
+bool PicCommandChannel::send(MoxArmControl::PicUpdateDevType device,
+                             MoxArmControl::PicUpdateCmdType command, int length,
+                             std::uint8_t* data, PicResponseCheck check) const
 {
     Cmd = command;
-    MoxArmControl::Pic_Update_Comm_Tx(device, command, static_cast<int>(payload.size()),
-                                      payload.data());
+    MoxArmControl::Pic_Update_Comm_Tx(device, command, length, data);
     return waitForPicResponse(check);
 }
 

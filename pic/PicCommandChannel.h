@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
 
 /// Judges one reply entry of a PIC; `PicErrNone` means accepted.
 using PicResponseCheck = PicUpdateErr (*)(const DataEntry& entry);
@@ -29,12 +28,12 @@ public:
     /// 100 reads in a row have brought nothing. Prints nothing.
     void drain() const;
 
-    /// Sends a command with its payload, perhaps empty, and waits up to a second for the answer.
-    /// Returns true if it was accepted, otherwise prints why it was not. `Cmd` holds the command
-    /// until then. What the library throws passes through.
-    bool sendPicCommand(lc::MoxArmControl::PicUpdateDevType device,
-                        lc::MoxArmControl::PicUpdateCmdType command,
-                        std::span<std::uint8_t> payload, PicResponseCheck check) const;
+    /// Sends a command with its payload of `length` bytes, perhaps none, and waits up to a second
+    /// for the answer. Returns true if it was accepted, otherwise prints why it was not. `Cmd`
+    /// holds the command until then. What the library throws passes through.
+    bool send(lc::MoxArmControl::PicUpdateDevType device,
+              lc::MoxArmControl::PicUpdateCmdType command, int length, std::uint8_t* data,
+              PicResponseCheck check) const;
 
     /// Waits up to `seconds` for the device and reads once, at most `size` bytes; `count` receives
     /// what the read returned.

@@ -23,23 +23,22 @@ static_assert(offsetof(PicDataBlockPayload, checksum) == 68);
 /// kept: the others are taken to follow it.
 class PicDataBlock {
 public:
-    /// Adds a row of at most 16 bytes to a block that is not full. A shorter row is completed with
-    /// the filler.
+    /// Adds a row of at most 16 bytes to a block that is not full. What a block's rows leave over
+    /// is filler.
     void addRow(std::uint32_t address, std::span<const std::uint8_t> data);
 
     [[nodiscard]] bool isEmpty() const { return rowCount == 0; }
     [[nodiscard]] bool isFull() const { return rowCount == picRowsPerBlock; }
 
-    /// Ends the block: fills the rows that are left with the filler and computes the checksum; with
-    /// `swapsWords` every word 3F FF of the data is turned into FF 3F, which leaves the checksum
-    /// right. Hands out the 69 bytes of the payload, which stay valid until the next row is added
-    /// to the block, now empty.
+    /// Ends the block: computes the checksum; with `swapsWords` every word 3F FF of the data is
+    /// turned into FF 3F, which leaves the checksum right. Hands out the 69 bytes of the payload,
+    /// which stay valid until the next row is added to the block, now empty.
     std::span<std::uint8_t> close(bool swapsWords);
 
 private:
-    std::span<std::uint8_t> row(std::size_t index);
-    std::span<std::uint8_t> bytes();
+    void fillRows();
     void swapWords();
+    std::span<std::uint8_t> bytes();
 
     PicDataBlockPayload payload{};
     std::size_t rowCount = 0;

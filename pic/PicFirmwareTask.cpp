@@ -1,12 +1,10 @@
 #include "pic/PicFirmwareTask.h"
 
+#include "app/AppException.h"
 #include "app/HardwareShield.h"
-#include "pic/GpsPicCheck.h"
-#include "pic/PicDevice.h"
-#include "pic/PicFileCheck.h"
+#include "base/BigEndian.h"
 #include "pic/PicFileName.h"
 #include "pic/PicGlobals.h"
-#include "pic/PicUpdate.h"
 
 #include <cstdio>
 
@@ -72,14 +70,14 @@ int PicFirmwareTask::runForDevice()
         std::puts("Unknown PIC Device");
         return 0;
     }
-    return target->hasGpsVersionCheck ? updateIfNeeded(*target) : updatePic(*target);
+    return target->hasGpsVersionCheck ? updateIfNeeded(target->check) : updatePic(target->check);
 }
 
-int PicFirmwareTask::updateIfNeeded(const PicDevice& target)
+int PicFirmwareTask::updateIfNeeded(PicResponseCheck check)
 {
-    switch (checkGpsPicVersion(channel, versions[0])) {
+    switch (checkGpsPicVersion()) {
     case gpsPicNeedsUpdate:
-        return updatePic(target);
+        return updatePic(check);
     case gpsPicUpToDate:
         std::puts("KT4100 GPS software already up-to-date.");
         return 0;
@@ -93,8 +91,71 @@ int PicFirmwareTask::updateIfNeeded(const PicDevice& target)
     }
 }
 
-int PicFirmwareTask::updatePic(const PicDevice& target)
+int PicFirmwareTask::updatePic(PicResponseCheck check)
 {
-    const auto lines = readCheckedPicFile(firmwareFile.get(), target);
-    return lines ? PicUpdate({channel, target, versions, *lines, lineCounter}).run() : -1;
+    const PicDevice& target = *findPicDevice(device);
+    auto plan = planPicUpdate(firmwareFile.get(), target);
+    if (!plan || !send(check, MoxArmControl::PicCmdBegin) ||
+        !sendVersions(check, target.firstVersionMark) || !sendProgram(check, *plan) ||
+        !send(check, MoxArmControl::PicCmdDataEnd)) {
+        return -1;
+    }
+    if (target.takesFinish && !send(check, MoxArmControl::PicCmdFinish)) {
+        return -1;
+    }
+    std::puts(target.completionText);
+    return 0;
+}
+
+bool PicFirmwareTask::sendVersions(PicResponseCheck check, std::uint16_t firstVersionMark) const
+{
+    auto marked = versions;
+    marked[0] |= firstVersionMark;
+    std::array<std::uint8_t, sizeof(marked)> payload{};
+    for (std::size_t i = 0; i < marked.size(); ++i) {
+        writeBigEndian16(&payload[i * sizeof(marked[i])], marked[i]);
+    }
+    return send(check, MoxArmControl::PicCmdVersions, payload);
+}
+
+/// What goes wrong in here ends the update.
+bool PicFirmwareTask::sendProgram(PicResponseCheck check, PicPlan& plan)
+{
+    try {
+        const bool isSent = plan.forEach(
+            [&](PicStep step, std::span<std::uint8_t> data) { return take(check, step, data); });
+        if (isSent && plan.fault) {
+            std::rethrow_exception(plan.fault);
+        }
+        return isSent;
+    } catch (...) {
+        printCurrentException();
+        return false;
+    }
+}
+
+bool PicFirmwareTask::take(PicResponseCheck check, PicStep step, std::span<std::uint8_t> data)
+{
+    switch (step) {
+    case PicStep::countRecord:
+        ++lineCounter;
+        return true;
+    case PicStep::reportTooShort:
+        std::printf("Invalid num bytes in line %d\n", lineCounter++);
+        return true;
+    case PicStep::reportType:
+        std::printf("Not doing anything with line type %d\n", data[0]);
+        return true;
+    case PicStep::sendBlock:
+        return send(check, MoxArmControl::PicCmdDataBlock, data);
+    case PicStep::sendConfiguration:
+    default:
+        return send(check, MoxArmControl::PicCmdConfig, data);
+    }
+}
+
+bool PicFirmwareTask::send(PicResponseCheck check, MoxArmControl::PicUpdateCmdType command,
+                           std::span<std::uint8_t> payload) const
+{
+    return sendPicCommand(command, static_cast<int>(payload.size()), payload.data(), check);
 }

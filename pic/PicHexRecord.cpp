@@ -48,17 +48,24 @@ PicHexRecord::PicHexRecord(const char* line)
                   maxPicRecordBytes);
 }
 
-bool PicHexRecord::isTooShort() const
-{
-    return static_cast<std::size_t>(count) < intelHexRecordSize(0);
-}
-
-std::uint16_t PicHexRecord::offset() const
+std::uint32_t PicHexRecord::address() const
 {
     return readBigEndian16(&bytes[intelHexAddressOffset]);
 }
 
-std::span<const std::uint8_t> PicHexRecord::dataAndChecksum() const
+std::uint32_t PicHexRecord::upperAddress() const
 {
-    return std::span(bytes).first(static_cast<std::size_t>(count)).subspan(intelHexDataOffset);
+    if (!holds(intelHexDataOffset + extendedLinearAddressSize)) {
+        throw "Extended address record without an address";
+    }
+    return std::uint32_t{readBigEndian16(&bytes[intelHexDataOffset])} << 16;
+}
+
+std::span<const std::uint8_t> PicHexRecord::data() const
+{
+    const std::size_t length = bytes[intelHexLengthOffset];
+    if (!holds(intelHexRecordSize(length))) {
+        throw "Fewer data bytes in line than its byte count says";
+    }
+    return std::span(bytes).subspan(intelHexDataOffset, length);
 }

@@ -15,28 +15,32 @@ inline constexpr int maxPicRecordBytes = 100;
 /// at. Throws a constant string if the line does not begin with a colon or is no hexadecimal text.
 void decodeHexLine(const char* line, int length, std::uint8_t* out, int* count, int max);
 
-/// One decoded line of a PIC HEX file. Neither its checksum nor its byte count is verified.
+/// One decoded line of a PIC HEX file. Its checksum is not verified. If the line is too short, it
+/// has no fields.
 class PicHexRecord {
 public:
     /// Decodes a NUL-terminated line. Throws a constant string on bad input.
     explicit PicHexRecord(const char* line);
 
     /// Whether the line has fewer bytes than a record without data.
-    bool isTooShort() const;
+    bool isTooShort() const { return !holds(intelHexRecordSize(0)); }
 
     std::uint8_t type() const { return bytes[intelHexTypeOffset]; }
 
-    /// The number of data bytes that the record announces.
-    std::uint8_t announcedLength() const { return bytes[intelHexLengthOffset]; }
+    /// The 16 bits in front of the type.
+    std::uint32_t address() const;
 
-    /// The 16-bit load offset.
-    std::uint16_t offset() const;
+    /// What an extended address record says, in bits 31 to 16. Its two bytes count wherever they
+    /// are, whatever the byte count is. Throws a constant string if they are not there.
+    std::uint32_t upperAddress() const;
 
-    /// The bytes that were decoded behind the header: data, then the checksum. For lines that are
-    /// not too short.
-    std::span<const std::uint8_t> dataAndChecksum() const;
+    /// As many data bytes as the byte count says. Throws a constant string if there are fewer, or
+    /// no checksum behind them.
+    std::span<const std::uint8_t> data() const;
 
 private:
+    bool holds(std::size_t size) const { return static_cast<std::size_t>(count) >= size; }
+
     std::array<std::uint8_t, maxPicRecordBytes> bytes{};
     int count = 0;
 };
