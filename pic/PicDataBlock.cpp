@@ -20,7 +20,7 @@ void PicDataBlock::addRow(std::uint32_t address, std::span<const std::uint8_t> d
         writeBigEndian32(payload.address.data(), address);
         fillRows();
     }
-    std::copy(data.begin(), data.end(), &payload.rows[rowCount * picRowSize]);
+    std::ranges::copy(data, &payload.rows[rowCount * picRowSize]);
     ++rowCount;
 }
 

@@ -63,8 +63,6 @@ std::span<const PicDevice> allPicDevices()
 
 const PicDevice* findPicDevice(MoxArmControl::PicUpdateDevType code)
 {
-    const auto* const found =
-        std::find_if(devices.begin(), devices.end(),
-                     [code](const PicDevice& device) { return device.code == code; });
+    const auto* const found = std::ranges::find(devices, code, &PicDevice::code);
     return found != devices.end() ? found : nullptr;
 }

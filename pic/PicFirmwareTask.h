@@ -35,7 +35,10 @@ public:
 
     /// Asks the GPS PIC, whatever the device is, for its mode and version and decides whether the
     /// first version is to be programmed.
-    GpsPicVerdict checkGpsPicVersion() const { return askGpsPic(channel, versions[0]); }
+    [[nodiscard]] GpsPicVerdict checkGpsPicVersion() const
+    {
+        return askGpsPic(channel, versions[0]);
+    }
 
     /// The update of the PIC whose file `checkFileName()` has opened: begin, versions, what the
     /// file holds, end of data, finish. The first failure ends it, with nothing more sent. Returns

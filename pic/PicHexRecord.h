@@ -23,23 +23,26 @@ public:
     explicit PicHexRecord(const char* line);
 
     /// Whether the line has fewer bytes than a record without data.
-    bool isTooShort() const { return !holds(intelHexRecordSize(0)); }
+    [[nodiscard]] bool isTooShort() const { return !holds(intelHexRecordSize(0)); }
 
-    std::uint8_t type() const { return bytes[intelHexTypeOffset]; }
+    [[nodiscard]] std::uint8_t type() const { return bytes[intelHexTypeOffset]; }
 
     /// The 16 bits in front of the type.
-    std::uint32_t address() const;
+    [[nodiscard]] std::uint32_t address() const;
 
     /// What an extended address record says, in bits 31 to 16. Its two bytes count wherever they
     /// are, whatever the byte count is. Throws a constant string if they are not there.
-    std::uint32_t upperAddress() const;
+    [[nodiscard]] std::uint32_t upperAddress() const;
 
     /// As many data bytes as the byte count says. Throws a constant string if there are fewer, or
     /// no checksum behind them.
-    std::span<const std::uint8_t> data() const;
+    [[nodiscard]] std::span<const std::uint8_t> data() const;
 
 private:
-    bool holds(std::size_t size) const { return static_cast<std::size_t>(count) >= size; }
+    [[nodiscard]] bool holds(std::size_t size) const
+    {
+        return static_cast<std::size_t>(count) >= size;
+    }
 
     std::array<std::uint8_t, maxPicRecordBytes> bytes{};
     int count = 0;

@@ -37,7 +37,7 @@ private:
     void planData(const PicHexRecord& record);
     void planConfiguration(std::span<const std::uint8_t> data);
     void planRow(std::uint32_t address, std::span<const std::uint8_t> data);
-    bool isStray(std::uint32_t address) const;
+    [[nodiscard]] bool isStray(std::uint32_t address) const;
 
     const PicDevice& device;
     unsigned int lineNumber = 0;
@@ -63,7 +63,7 @@ void Planner::read(std::FILE* file)
         planLine(line.data());
         lineNumber += isBehindLineFeed ? 1 : 0;
         // A piece of a longer line fills the buffer; else there is one, perhaps behind a NUL.
-        isBehindLineFeed = std::find(line.begin(), line.end(), '\n') != line.end();
+        isBehindLineFeed = std::ranges::find(line, '\n') != line.end();
     }
     if (std::ferror(file) != 0) {
         throw "HEX file can't be read to its end";
