@@ -7,8 +7,7 @@ target_compile_options(vimbra_compile_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow
     -fno-semantic-interposition # position-independent code can be inlined all the same
     # Source names in messages are relative to the repository, on every build machine.
-    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
-    $<$<BOOL:${VIMBRA_WARNINGS_AS_ERRORS}>:-Werror>)
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 
 # Each call goes by its own name, which is what stands in front of it looks for. _FORTIFY_SOURCE turns read and fgets
 # into others; what -Wp passes on comes behind a distribution's flags. The other two do so with open, lseek and select;
