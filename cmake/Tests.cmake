@@ -8,21 +8,19 @@ if(VIMBRA_FUZZ)
     return()
 endif()
 
-if(NOT PROJECT_IS_TOP_LEVEL OR NOT VIMBRA_TESTS)
+if(NOT PROJECT_IS_TOP_LEVEL OR NOT BUILD_TESTING)
     return()
 endif()
 
-set(googletest_sources /usr/src/googletest/googletest) # where Debian's package googletest puts them
-if(CMAKE_CROSSCOMPILING AND EXISTS ${googletest_sources})
-    add_library(gtest_main STATIC EXCLUDE_FROM_ALL
-        ${googletest_sources}/src/gtest-all.cc ${googletest_sources}/src/gtest_main.cc)
-    target_include_directories(gtest_main SYSTEM PUBLIC ${googletest_sources}/include
-                                                 PRIVATE ${googletest_sources})
-    add_library(GTest::gtest_main ALIAS gtest_main)
-elseif(VIMBRA_TESTS STREQUAL AUTO)
-    find_package(GTest QUIET)
+set(googletest_sources /usr/src/googletest) # where Debian's package googletest puts them
+if(CMAKE_CROSSCOMPILING AND (EXISTS ${googletest_sources} OR CMAKE_REQUIRE_FIND_PACKAGE_GTest))
+    set(BUILD_GMOCK OFF)
+    set(INSTALL_GTEST OFF)
+    set(CMAKE_COMPILE_WARNING_AS_ERROR OFF)
+    add_subdirectory(${googletest_sources} googletest EXCLUDE_FROM_ALL)
+    unset(CMAKE_COMPILE_WARNING_AS_ERROR)
 else()
-    find_package(GTest REQUIRED)
+    find_package(GTest QUIET)
 endif()
 
 if(TARGET GTest::gtest_main)
