@@ -115,10 +115,20 @@ ssize_t writeStream(void* cookie, const char* buffer, std::size_t size)
     return static_cast<ssize_t>(written);
 }
 
+/// What `open` calls a mode of `fopen`.
+int flagsOf(const std::string& mode)
+{
+    if (mode[0] == 'r') {
+        return O_RDONLY;
+    }
+    const int exclusive = mode.find('x') != mode.npos ? O_EXCL : 0;
+    return O_WRONLY | O_CREAT | exclusive | (mode[0] == 'a' ? O_APPEND : O_TRUNC);
+}
+
 /// A stream whose calls go through those here.
 std::FILE* openStream(const std::string& path, const char* mode)
 {
-    const int fd = openFile(path, *mode == 'r' ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC);
+    const int fd = openFile(path, flagsOf(mode));
     if (fd == -1) {
         return nullptr;
     }
