@@ -147,13 +147,20 @@ int ArmFirmwareTask::run()
         std::puts("Failed to open hex firmware file");
         return -1;
     }
-    if (hasOutputDirectory) {
-        // A link or FIFO of that name would lead elsewhere, and another run may be sending an
-        // image.
-        unlink(binPath.c_str());
-    }
     ImageWriter image;
-    return image.open(binPath) ? convert(parser, image) : -1;
+    return openImage(image) ? convert(parser, image) : -1;
+}
+
+/// In an output directory, a link or FIFO of the image's name would lead elsewhere, and another run
+/// may be sending an image: what has the name is removed, and what can't be, or is there again, is
+/// not written to.
+bool ArmFirmwareTask::openImage(ImageWriter& image) const
+{
+    if (!hasOutputDirectory) {
+        return image.open(binPath, "wb");
+    }
+    unlink(binPath.c_str());
+    return image.open(binPath, "wbx");
 }
 
 ArmProgramTask::ArmProgramTask(const std::string& firmwareFile) : imagePath(firmwareFile)

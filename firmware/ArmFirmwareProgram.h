@@ -5,6 +5,8 @@
 
 #include <string>
 
+class ImageWriter;
+
 /// Converts an Intel HEX file into a firmware image.
 class ArmFirmwareTask : public Task {
 public:
@@ -18,13 +20,15 @@ public:
     /// Returns 0, or -1 after printing what failed. An image that was begun is left as it is then:
     /// without an end marker and without a count in its first header. An older image stays only if
     /// one of the two files can't be opened. In an output directory, whatever has the image's name
-    /// is removed before.
+    /// is removed before, and a run fails that can't do so.
     int run() override;
 
     const std::string hexPath;
     const std::string binPath; ///< of the image that `run` writes
 
 private:
+    bool openImage(ImageWriter& image) const;
+
     bool hasOutputDirectory;
 };
 

@@ -4,9 +4,9 @@
 
 #include <cstdio>
 
-bool ImageWriter::open(const std::string& path)
+bool ImageWriter::open(const std::string& path, const char* mode)
 {
-    if (!image.open(path, "wb")) {
+    if (!image.open(path, mode)) {
         std::puts("Failed to open binary firmware file");
         return false;
     }

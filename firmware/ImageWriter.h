@@ -10,8 +10,9 @@
 /// image checks the whole of it first.
 class ImageWriter {
 public:
-    /// Creates the file, or empties it. Prints the failure and returns false if that can't be done.
-    bool open(const std::string& path);
+    /// Creates the file in one of the modes of `fopen`. Prints the failure and returns false if
+    /// that can't be done.
+    bool open(const std::string& path, const char* mode);
 
     /// Appends a data packet whose data, address and data length are filled in, and fills in the
     /// other fields of its header.

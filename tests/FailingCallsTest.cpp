@@ -44,7 +44,7 @@ const std::vector<Exception> exceptions{
      "*| read(fw.hex, *) = !(3000) | error=5"},
     {"whoever programs an image checks the whole of it first", false,
      "*| @(write|lseek)(fw.hex.bin,*error=5"},
-    {"what can't be removed can't be opened, or is no obstacle", false, "*| unlink(*fw.hex.bin)*"},
+    {"where there is nothing, nothing has to be removed", false, "*| unlink(*fw.hex.bin)*"},
     {"the result of the write is the driver's answer", false, "*| fsync(/dev/arm-program)*"},
     {"all is done by then", false, "*| close(*"},
     {"draining never fails an update", false, " | @(select|read)(/dev/arm-comms, @(0.0*|10))*"},

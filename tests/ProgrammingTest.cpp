@@ -77,23 +77,25 @@ TEST_F(ProgrammingTest, ConvertsAHexFileFirst)
 {
     shell("mkdir -p sub/usb");
     write("sub/usb/Fw.HEX", hexRows(0x08000000, data) + hexEnd);
-    EXPECT_TRUE(run("--program-vimbra sub/usb/Fw.HEX")
-                    .gave(head + "Converting hex file: sub/usb/Fw.HEX to binary\nProgress: 1\n"
-                                 "Program bytes written: 3072. Finishing file...\n"
-                                 "Opening bin file: /var/volatile/Fw.HEX.bin\nProgress: 5\n"
-                                 "Validating binary file...\nProgress: 8\n"
-                                 "Binary file validated.\n\n\nProgramming device...\n"
-                                 "Progress: 31\nProgress: 54\nProgress: 77\nProgress: 100\n"
-                                 "Progress: 100\n"));
-    EXPECT_TRUE(isSame(read("volatile/Fw.HEX.bin"), image));
+    const std::string program = "--program-vimbra sub/usb/Fw.HEX";
+    const std::string begun = head + "Converting hex file: sub/usb/Fw.HEX to binary\nProgress: 1\n";
+    for (const char* obstacle : {"touch", "ln other", "ln -s ../other", "mkfifo"}) {
+        SCOPED_TRACE(obstacle);
+        shell(std::string("echo old >other; rm -f volatile/*; ") + obstacle +
+              " volatile/Fw.HEX.bin");
+        EXPECT_TRUE(run(program, "/var/volatile/Fw.HEX.bin:unlink error=1")
+                        .gave(begun + "Failed to open binary firmware file\n", failed));
+        EXPECT_TRUE(run(program).gave(
+            begun + "Program bytes written: 3072. Finishing file...\n"
+                    "Opening bin file: /var/volatile/Fw.HEX.bin\nProgress: 5\n"
+                    "Validating binary file...\nProgress: 8\n"
+                    "Binary file validated.\n\n\nProgramming device...\n"
+                    "Progress: 31\nProgress: 54\nProgress: 77\nProgress: 100\nProgress: 100\n"));
+        EXPECT_TRUE(isSame(read("volatile/Fw.HEX.bin"), image));
+        EXPECT_TRUE(isSame(read("other"), "old\n"));
+    }
     write("bad.hex", hexRows(0x08000000, data));
     EXPECT_EQ(run("--program-vimbra bad.hex").callsOf({"open"}).size(), 0);
-    for (const char* obstacle : {"ln other", "ln -s ../other", "mkfifo"}) { // gives way
-        shell(std::string("echo old >other; rm volatile/*; ") + obstacle + " volatile/Fw.HEX.bin");
-        EXPECT_EQ(run("--program-vimbra sub/usb/Fw.HEX").status, 0) << obstacle;
-        EXPECT_TRUE(isSame(read("volatile/Fw.HEX.bin"), image)) << obstacle;
-        EXPECT_TRUE(isSame(read("other"), "old\n")) << obstacle;
-    }
 }
 
 TEST_F(ProgrammingTest, TellsTheKindOfAFileByItsExtension)

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -80,10 +81,13 @@ void ToolTest::write(const std::string& name, const std::string& content) const
 
 std::string ToolTest::read(const std::string& name) const
 {
-    std::ifstream file(folder + "/" + name, std::ios::binary);
+    const std::string path = folder + "/" + name;
+    if (!std::filesystem::is_regular_file(path)) { // reading a FIFO would never end
+        return "(no file)";
+    }
     std::ostringstream content;
-    content << file.rdbuf();
-    return file.is_open() ? content.str() : "(no file)";
+    content << std::ifstream(path, std::ios::binary).rdbuf();
+    return content.str();
 }
 
 ToolResult ToolTest::run(const std::string& arguments, const std::string& script) const
