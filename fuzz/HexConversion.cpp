@@ -11,22 +11,6 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size);
 
-namespace {
-
-bool isWhole(const std::string& imagePath)
-{
-    ImageReader image;
-    bool endsLast = false;
-    return image.open(imagePath) && image.readFileHeader() &&
-           image.walkPackets([&](const ImagePacket& packet, int /*number*/) {
-               endsLast = packet.header.dataLength == 0;
-               return true;
-           }) &&
-           endsLast;
-}
-
-} // namespace
-
 int LLVMFuzzerTestOneInput(const char* data, std::size_t size)
 {
     std::string folder = "/tmp/fuzz-XXXXXX";
@@ -35,9 +19,17 @@ int LLVMFuzzerTestOneInput(const char* data, std::size_t size)
     }
     ArmFirmwareTask task(folder + "/hex", "");
     std::ofstream(task.hexPath) << std::string_view(data, size);
-    if ((task.run() == 0) != isWhole(task.binPath)) {
+    const bool succeeds = task.run() == 0;
+    ImageReader image;
+    bool endsLast = false;
+    const bool passes = image.open(task.binPath) && image.readFileHeader() &&
+                        image.walkPackets([&](const ImagePacket& packet, int /*number*/) {
+                            endsLast = packet.header.dataLength == 0;
+                            return true;
+                        });
+    std::filesystem::remove_all(folder);
+    if (succeeds != (passes && endsLast)) {
         std::abort();
     }
-    std::filesystem::remove_all(folder);
     return 0;
 }
