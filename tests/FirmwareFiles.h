@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <numeric>
 #include <random>
 #include <string>
@@ -13,9 +12,8 @@
 // Firmware files as the tests make them, byte by byte and without the tool's own code.
 
 // Of a firmware image, in bytes.
-inline constexpr std::size_t headerSize = 20;
-inline constexpr std::size_t chunkSize = 1024; ///< data of a packet
-inline constexpr std::size_t packetSize = headerSize + chunkSize;
+inline constexpr std::size_t chunkSize = 1024;  ///< data of a packet
+inline constexpr std::size_t packetSize = 1044; ///< with the header
 
 inline const std::string hexEnd = ":00000001FF\n";
 
@@ -46,9 +44,7 @@ inline std::string bigEndian16(unsigned int value)
 /// Numbers of 32 bits, little-endian as all machines that this runs on.
 inline std::string words(const std::vector<std::uint32_t>& values)
 {
-    std::string bytes(4 * values.size(), '\0');
-    std::memcpy(bytes.data(), values.data(), bytes.size());
-    return bytes;
+    return {reinterpret_cast<const char*>(values.data()), 4 * values.size()};
 }
 
 /// What makes the bytes add up to 0 modulo 256.

@@ -23,16 +23,12 @@ testing::AssertionResult isSame(const std::string& actual, const std::string& ex
 {
     const std::string any = "[...]";
     const std::size_t gap = expected.find(any);
-    const bool isEqual = gap == expected.npos
-                             ? actual == expected
-                             : actual.size() + any.size() >= expected.size() &&
-                                   actual.starts_with(expected.substr(0, gap)) &&
-                                   actual.ends_with(expected.substr(gap + any.size()));
-    std::size_t same = 0;
-    while (same < std::min(actual.size(), expected.size()) && actual[same] == expected[same]) {
-        ++same;
-    }
-    return testing::AssertionResult(isEqual)
+    const auto difference =
+        std::mismatch(actual.begin(), actual.end(), expected.begin(), expected.end());
+    const auto same = static_cast<std::size_t>(difference.first - actual.begin());
+    const bool isSameAround = same >= gap && actual.size() + any.size() >= expected.size() &&
+                              actual.ends_with(expected.substr(gap + any.size()));
+    return testing::AssertionResult(isSameAround || actual == expected)
            << "at " << same << " there is " << testing::PrintToString(actual.substr(same, 120))
            << ", expected " << testing::PrintToString(expected.substr(same, 120)) << "; the end is "
            << testing::PrintToString(
