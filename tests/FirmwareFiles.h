@@ -21,8 +21,8 @@ inline const std::string hexEnd = ":00000001FF\n";
 inline std::string toHex(const std::string& bytes, const char* digits = "0123456789abcdef")
 {
     std::string text;
-    for (const unsigned char byte : bytes) {
-        text += {digits[byte / 16], digits[byte % 16]};
+    for (const char byte : bytes) {
+        text += {digits[byte >> 4 & 0xF], digits[byte & 0xF]};
     }
     return text;
 }
