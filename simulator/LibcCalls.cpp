@@ -131,9 +131,8 @@ void showStrayText(const OpenFile& node)
 /// The flags of `open` that go with a mode of `fopen`.
 int flagsOf(const std::string& mode)
 {
-    const int kind = mode[0] == 'w' ? O_TRUNC : O_APPEND;
-    const int exclusive = mode.ends_with('x') ? O_EXCL : 0;
-    return mode[0] == 'r' ? O_RDONLY : O_WRONLY | O_CREAT | kind | exclusive;
+    const int kind = (mode[0] == 'w' ? O_TRUNC : O_APPEND) | (mode.ends_with('x') ? O_EXCL : 0);
+    return mode[0] == 'r' ? O_RDONLY : O_WRONLY | O_CREAT | kind;
 }
 
 /// Goes on behind a short count, as libc does on its own streams.

@@ -35,6 +35,7 @@ TEST_F(CommandLineTest, SelectsOneTaskOrShowsTheUsage)
           "--program-pic '' word"}) {
         EXPECT_TRUE(run(arguments).gave(usage, failed)) << arguments;
     }
+    EXPECT_TRUE(isSame(run("--nonsense").errors, "[...]: unrecognized option '--nonsense'\n"));
     write("q", "old\n");
     for (const auto& [arguments, output, status] : cases) {
         const ToolResult result = run(arguments, "GetVimbraSwVersion \"text=1 % d\"\n");

@@ -81,7 +81,7 @@ class FailingCallsTest : public ToolTest, public testing::WithParamInterface<Goo
 protected:
     FailingCallsTest()
     {
-        write("fw.bin", makeImage(0x08000000, data));
+        write("fw.bin", imageOf({{0x08000000, data}}));
         write("fw.hex", hexRows(0x08000000, data) + hexEnd);
         write("kt4100_gps_v8.hex", hexRows(0x800, data.substr(0, 20)) + hexEnd);
         write("orvel_base_user_3_1_20.hex",

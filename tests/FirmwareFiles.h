@@ -1,9 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstring>
+#include <numeric>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -11,22 +12,19 @@
 // Firmware files as the tests make them, byte by byte and without the tool's own code.
 
 // Of a firmware image, in bytes.
-inline constexpr std::size_t headerSize = 20;
-inline constexpr std::size_t chunkSize = 1024; ///< data of a packet
-inline constexpr std::size_t packetSize = headerSize + chunkSize;
+inline constexpr std::size_t chunkSize = 1024;  ///< data of a packet
+inline constexpr std::size_t packetSize = 1044; ///< with the header
 
 inline const std::string hexEnd = ":00000001FF\n";
 
-/// Hexadecimal digits, in the given form, and back.
-inline std::string toHex(const std::string& bytes, const char* form = "%02hhx")
+/// Pairs of the given hexadecimal digits, and back.
+inline std::string toHex(const std::string& bytes, const char* digits = "0123456789abcdef")
 {
-    std::string digits;
+    std::string text;
     for (const char byte : bytes) {
-        char pair[3];
-        std::snprintf(pair, sizeof(pair), form, byte);
-        digits += pair;
+        text += {digits[byte >> 4 & 0xF], digits[byte & 0xF]};
     }
-    return digits;
+    return text;
 }
 
 inline std::string fromHex(const std::string& digits)
@@ -46,19 +44,13 @@ inline std::string bigEndian16(unsigned int value)
 /// Numbers of 32 bits, little-endian as all machines that this runs on.
 inline std::string words(const std::vector<std::uint32_t>& values)
 {
-    std::string bytes(4 * values.size(), '\0');
-    std::memcpy(bytes.data(), values.data(), bytes.size());
-    return bytes;
+    return {reinterpret_cast<const char*>(values.data()), 4 * values.size()};
 }
 
 /// What makes the bytes add up to 0 modulo 256.
 inline unsigned int checksumOf(const std::string& bytes)
 {
-    unsigned int sum = 0;
-    for (const char byte : bytes) {
-        sum -= static_cast<unsigned char>(byte);
-    }
-    return sum & 0xFF;
+    return static_cast<unsigned int>(-std::accumulate(bytes.begin(), bytes.end(), 0)) & 0xFF;
 }
 
 /// One line of an Intel HEX file.
@@ -66,8 +58,8 @@ inline std::string hexRecord(unsigned int type, unsigned int address, const std:
 {
     const std::string bytes = std::string(1, static_cast<char>(data.size())) +
                               bigEndian16(address) + static_cast<char>(type) + data;
-    const std::string digits = toHex(bytes + static_cast<char>(checksumOf(bytes)), "%02hhX");
-    return std::string(":").append(digits).append("\n");
+    const std::string all = bytes + static_cast<char>(checksumOf(bytes));
+    return ":" + toHex(all, "0123456789ABCDEF") + "\n";
 }
 
 /// Data records of `width` bytes each, with an extended linear address record in front of each 64
@@ -89,10 +81,7 @@ inline std::string hexRows(std::uint32_t address, const std::string& data, std::
 inline std::string makeData(std::size_t size)
 {
     std::string data(size, '\0');
-    for (std::uint32_t state = 1; char& byte : data) {
-        state = state * 1664525 + 1013904223;
-        byte = static_cast<char>(state >> 24);
-    }
+    std::generate(data.begin(), data.end(), std::minstd_rand());
     return data;
 }
 
@@ -103,29 +92,23 @@ inline std::string imagePacket(std::uint32_t type, std::uint32_t index, std::uin
     return words({type, index, address, std::uint32_t(data.size()), checksumOf(data)}) + data;
 }
 
-/// Addresses and data of chunks, which are filled up.
+/// Addresses and the data from there on, of one chunk or several; the last one is filled up.
 using Chunks = std::vector<std::pair<std::uint32_t, std::string>>;
 
 /// The image of the chunks, or what a conversion leaves that fails behind them.
 inline std::string imageOf(const Chunks& chunks, bool isComplete = true)
 {
-    const auto count = static_cast<std::uint32_t>(isComplete ? chunks.size() : 0);
     std::string image;
-    for (std::uint32_t i = 0; const auto& [address, data] : chunks) {
-        image += imagePacket(i == 0 ? 0xFEED001A : 0xFEED001B, i == 0 ? count : i, address,
-                             data + std::string(chunkSize - data.size(), '\xFF'));
-        ++i;
+    std::uint32_t count = 0;
+    for (const auto& [address, data] : chunks) {
+        for (std::uint32_t offset = 0; offset < data.size(); offset += chunkSize) {
+            std::string chunk = data.substr(offset, chunkSize);
+            chunk.resize(chunkSize, '\xFF');
+            image +=
+                imagePacket(count == 0 ? 0xFEED001A : 0xFEED001B, count, address + offset, chunk);
+            ++count;
+        }
     }
-    return isComplete ? image + imagePacket(0xFEED001C, 0, 0, "") : image;
-}
-
-/// An image of the data from `address` on.
-inline std::string makeImage(std::uint32_t address, const std::string& data)
-{
-    Chunks chunks;
-    for (std::size_t offset = 0; offset < data.size(); offset += chunkSize) {
-        chunks.emplace_back(address + static_cast<std::uint32_t>(offset),
-                            data.substr(offset, chunkSize));
-    }
-    return imageOf(chunks);
+    return isComplete ? image.replace(4, 4, words({count})) + imagePacket(0xFEED001C, 0, 0, "")
+                      : image;
 }

@@ -14,7 +14,8 @@ inline constexpr int failed = 255;
 /// Status of a run that a signal ended, less the signal's number.
 inline constexpr int endedBy = 128;
 
-/// Whether two texts are equal; if not, shows where they first differ, and only a few characters.
+/// Whether two texts are equal; "[...]", once in the expected one, stands for any text. If they are
+/// not, shows where they first differ and how the actual one ends, a few characters of each.
 testing::AssertionResult isSame(const std::string& actual, const std::string& expected);
 
 /// What one run of the tool left behind.
@@ -24,7 +25,7 @@ struct ToolResult {
     int status;         ///< exit status; 128 + signal if one ended the run
     std::vector<std::string> calls;
 
-    /// Whether the run printed just this and ended with this status.
+    /// Whether the run printed just this, as for `isSame`, and ended with this status.
     testing::AssertionResult gave(const std::string& text, int exitStatus = 0) const;
 
     /// The calls that begin with one of the texts.
