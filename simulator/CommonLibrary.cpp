@@ -15,7 +15,6 @@
 #include <algorithm>
 #include <cstring>
 #include <dlfcn.h>
-#include <span>
 #include <stdexcept>
 
 using namespace simulator;
@@ -230,10 +229,10 @@ bool MoxArmControl::Ipad_Auth_Chip_Rx(unsigned char reg, unsigned char* data, in
     const Operation call("Ipad_Auth_Chip_Rx", to_string(reg) + ", " + to_string(length));
     if (call.fillsOutputs()) {
         const bool isScripted = call.outcome().has("hex");
-        const Bytes bytes = isScripted ? call.outcome().bytes("hex") : readAuthRegister(reg);
-        const std::size_t size = std::min(bytes.size(), static_cast<std::size_t>(length));
-        std::ranges::copy(std::span(bytes).first(size), data);
-        call.fill("count", *count, static_cast<long long>(size));
+        Bytes bytes = isScripted ? call.outcome().bytes("hex") : readAuthRegister(reg);
+        bytes.resize(std::min(bytes.size(), static_cast<std::size_t>(length)));
+        std::ranges::copy(bytes, data);
+        call.fill("count", *count, static_cast<long long>(bytes.size()));
     }
     return call.succeeds();
 }

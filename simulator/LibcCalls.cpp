@@ -16,7 +16,6 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <map>
-#include <span>
 #include <sys/mman.h>
 #include <sys/select.h>
 #include <unistd.h>
@@ -204,13 +203,13 @@ ssize_t readNode(OpenFile& node, std::uint8_t* bytes, std::size_t size)
     waitUntil(ordinaryArrival(node));
     auto& replies = Instrument::instance().replies;
     const bool isReply = node.path == commDevice;
-    const Bytes block = isReply ? replies.front().second : makeLiveBlock(node.path, node.step++);
+    Bytes block = isReply ? replies.front().second : makeLiveBlock(node.path, node.step++);
     if (isReply) {
         replies.pop_front();
     }
-    const std::size_t count = std::min(block.size(), size); // the rest of a block is lost
-    std::ranges::copy(std::span(block).first(count), bytes);
-    return static_cast<ssize_t>(count);
+    block.resize(std::min(block.size(), size)); // the rest of a block is lost
+    std::ranges::copy(block, bytes);
+    return static_cast<ssize_t>(block.size());
 }
 
 ssize_t writeNode(const OpenFile& node, const void* buffer, std::size_t size)
@@ -234,10 +233,10 @@ ssize_t deliver(const Outcome& outcome, OpenFile& file, void* buffer, std::size_
 {
     auto* const bytes = static_cast<std::uint8_t*>(buffer);
     if (outcome.has("hex")) {
-        const Bytes scripted = outcome.bytes("hex");
-        const std::size_t count = std::min(scripted.size(), size);
-        std::ranges::copy(std::span(scripted).first(count), bytes);
-        return static_cast<ssize_t>(count);
+        Bytes scripted = outcome.bytes("hex");
+        scripted.resize(std::min(scripted.size(), size));
+        std::ranges::copy(scripted, bytes);
+        return static_cast<ssize_t>(scripted.size());
     }
     const std::size_t most = limitCount(outcome, size);
     const ssize_t count =
