@@ -9,9 +9,7 @@
 #include <fstream>
 #include <string_view>
 
-extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size);
-
-int LLVMFuzzerTestOneInput(const char* data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const char* data, std::size_t size)
 {
     std::string folder = "/tmp/fuzz-XXXXXX";
     if (mkdtemp(folder.data()) == nullptr) {

@@ -31,7 +31,8 @@ TEST_F(ControlTest, InterfaceWalksThroughTheLibrary)
     const ToolResult result =
         run("--interface", "GetVimbraSwVersion text=7.1\nGetArmState mode=-2,key=5,fault=0xBEEF\n"
                            "GetPowerStates states=10\nGetKeyPadState keys=010,leds=02\n"
-                           "GetReelState mode=3,count=-7,sonde=1,atex=1,false\nGetBatInfo hex=" +
+                           "GetReelState mode=3,count=-7,sonde=1,atex=1,false\n"
+                           "GetLcdEnabled value=0\nGetBatInfo hex=" +
                                toHex(batteryRecord('R') + batteryRecord('L')));
     EXPECT_TRUE(result.gave(interfaceHead +
                             "7.1\nGetting state: Mode: -2 Powerup Key: 5 Flt State: 0xbeef\n"
@@ -42,12 +43,12 @@ TEST_F(ControlTest, InterfaceWalksThroughTheLibrary)
                             "Getting Battery info\nRight Battery Information\n" +
                             batteryText('R') + "Left Battery Information\n" + batteryText('L') +
                             overlay +
-                            "Current lcd state: 1\nCurrent lcd state: 0. Turning LCD back on\n"));
+                            "Current lcd state: 0\nCurrent lcd state: 1. Turning LCD back on\n"));
     EXPECT_EQ(read("trace"),
               "GetVimbraSwVersion()\nGetArmState()\nGetPowerStates()\nGetKeyPadState()\n"
               "GetReelState()\nGetBatInfo()\nSetReelOverlay(1)\nusleep(2000000) = 0\n"
               "SetReelOverlay(0)\nusleep(2000000) = 0\nGetLcdEnabled()\nusleep(2000000) = 0\n"
-              "SetLcdEnabled(0)\nGetLcdEnabled()\nusleep(2000000) = 0\nSetLcdEnabled(1)\n");
+              "SetLcdEnabled(1)\nGetLcdEnabled()\nusleep(2000000) = 0\nSetLcdEnabled(1)\n");
 }
 
 TEST_F(ControlTest, InterfaceGoesOnBehindFailedOperations)
@@ -55,14 +56,14 @@ TEST_F(ControlTest, InterfaceGoesOnBehindFailedOperations)
     const ToolResult result =
         run("--interface", "GetVimbraSwVersion text=\nGetArmState false\nGetPowerStates false\n"
                            "GetKeyPadState false\nGetReelState unfilled,false\nGetBatInfo false\n"
-                           "GetLcdEnabled value=0 \"throw=no display\"\n");
+                           "GetLcdEnabled ok \"throw=no display\"\n");
     EXPECT_TRUE(result.gave(interfaceHead +
                             "\nGetting state: failed\nGetting power states: failed\n"
                             "Keypad:\n\tFailed getting keypad state\n"
                             "Count:\n\tMode: 0 Count value: 0 Sonde State: 0 ATEX Modee: 0\n"
                             "Getting Battery info\n" +
-                            overlay + "Current lcd state: 0\nError: no display\n"));
-    EXPECT_EQ(result.callsOf({"SetLcd"}), std::vector<std::string>{"SetLcdEnabled(1)"});
+                            overlay + "Current lcd state: 1\nError: no display\n"));
+    EXPECT_EQ(result.callsOf({"SetLcd"}), std::vector<std::string>{"SetLcdEnabled(0)"});
 }
 
 /// Lets each library call of the exercise throw in turn.

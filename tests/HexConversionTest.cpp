@@ -43,6 +43,7 @@ const std::string onLine1 = "Parse Error on line: 1\n" + caught;
 const std::string handled = "Already handled SLAR: :040000\n";
 const std::string entry = hexRecord(5, 0, "\x08\x02\x01\x31");
 const std::string gap(16, '\xFF');
+const Chunks farther{{start, data}, {start + 0x800, gap}, {start + 0xC00, sixteen}};
 const Chunks gapped{{start, sixteen + gap + sixteen}};
 const Chunks withEnd{{start, sixteen + std::string(0x3E0, '\xFF') + sixteen}};
 const std::string largest(255, '\xFF');
@@ -52,7 +53,8 @@ const auto behind = [](unsigned int offset) { return row + hexRecord(0, offset, 
 /// Texts of files, what is printed, and the chunks of the image.
 const Rows<std::string, std::string, Chunks> conversions{
     {"rows of 2", hexRows(start, data, 2) + hexEnd, done2, both},
-    {"rows of 24", hexRows(start, data, 24) + hexEnd, crossing + done2, both},
+    {"rows of 40, a jump", hexRows(start, data, 40) + hexRecord(0, 0xC00, sixteen) + hexEnd,
+     crossing + jump + remaining + "Program bytes written: 4096. Finishing file...\n", farther},
     {"rows of 255", hexRows(start, data, 255) + hexEnd, crossing + done2, both},
     {"a character too many", replaced(rows + hexEnd, "\n", "0\n"), done2, both},
     {"blanks and CR", replaced(rows + hexEnd, "\n", " \r\n"), done2, both},
@@ -73,6 +75,7 @@ const Rows<std::string, std::string, Chunks> conversions{
     {"unaligned", hexRows(start + 16, first) + hexEnd, unaligned, {{start + 16, first}}},
     {"an empty record takes nothing back", row + hexRecord(0, 0, "") + hexEnd, done, one},
     {"an empty record", hexRecord(0, 0, "") + hexEnd, noData, {}},
+    {"an empty one first", hexRecord(0, 0, "") + hexRecord(0, 16, gap) + hexEnd, done, {{0, gap}}},
     {"an end with data", row + hexRecord(1, 0x1234, "xy"), done, one},
     {"no end", rows + row.substr(0, row.size() - 1), noEnd, both},
     {"an end without a line feed", ":00000001FF", noEnd, {}},
@@ -162,11 +165,8 @@ TEST_F(HexConversionTest, RefusesBadLines)
         const std::string line = changed(place, 1, noDigits.substr(place % noDigits.size(), 1));
         expectConversion(line + hexEnd, "Error: Invalid byte format in data\n", {});
     }
-    std::string lines;
-    for (int i = 1; i < 0x10000; ++i) {
-        lines += hexRecord(4, 0, "ab");
-    }
-    expectConversion(lines + "\n", replaced(noStart, "#", "65536"), {});
+    const std::string many(0x80000, 'x'); // 512 chunks in 65,544 lines
+    expectConversion(hexRows(0, many, 8) + "\n", replaced(noStart, "#", "65545"), {{0, many}});
 }
 
 TEST_F(HexConversionTest, ReportsFilesThatCannotBeOpened)

@@ -74,9 +74,9 @@ TEST_F(ListenerTest, PrintsEveryKindOfEvent)
          keyText(0x10006) + keyText(6, 0x10000) + keyText(1, 1)},
         {"sensor and counter", record(valueTag, words({1, 0, 1, 7, 2, 0xFFFFFFFD})),
          "Magnetic sensor: Open\nMagnetic sensor: Close\nCount changed: -3\n"},
-        {"faults", record(valueTag, words({3, 0x38, 3, 0xFFFFFFC7, 3, 0x80000010})),
+        {"faults", record(valueTag, words({3, 0x38, 3, 0xFFFFFFCF, 3, 0x80000010})),
          "Fault code: 0x38\n\tVideo Loss\n\tVideo Recover\n\tPower Critical\n"
-         "Fault code: 0xffffffc7\nFault code: 0x80000010\n\tVideo Recover\n"},
+         "Fault code: 0xffffffcf\n\tVideo Loss\nFault code: 0x80000010\n\tVideo Recover\n"},
         {"batteries", record(batteryTag, battery(1) + battery(2) + battery(3) + battery(4)),
          batteryText("Right", 1) + batteryText("Left", 2) + batteryText("Right", 3) +
              batteryText("Left", 4)},
@@ -132,8 +132,7 @@ TEST_F(ListenerTest, ActsOnReleasedKeys)
     listen(events,
            {key(6) + key(7) + key(9) + key(11) + key(12) + key(12) + key(13) + key(16) + key(16) +
             key(8) + key(12, 1)},
-           "GetMagSensorState value=1\nGetReelState sonde=1\n"
-           "GetKeyPadState leds=22222,false\n"
+           "GetMagSensorState value=1\nGetReelState sonde=1\nGetKeyPadState leds=22222,false\n"
            "GetLcdRotations vertical=0,horizontal=0 vertical=1,horizontal=0\n"
            "SetReelSondeState false\nSetLcdEnabled throw=stuck\n",
            keyText(6) + keyText(7) + horizontal + "normal...\n" + keyText(9) + vertical +
