@@ -130,7 +130,7 @@ TEST_F(ProgrammingTest, SendsNothingOfABadImage)
         {"no data", cut(20), validating + none + "Not enough actual data. P:0\n"},
         {"data cut", cut(2000), validating + "Not enough actual data. P:1\n"},
         {"wrong data", patched(2 * packetSize + 20, "?"), badSum + "2\n"},
-        {"9 bits of checksum", patched(packetSize + 17, "\x01"), badSum + "1\n"},
+        {"25 bits of checksum", patched(packetSize + 19, "\x01"), badSum + "1\n"},
         {"long packet", length(1, 1025), tooBig},
         {"17 bits of length", length(1, 0x10004), tooBig},
         {"empty packet", length(1, 0), validating + "Empty packet! P:1\n"},

@@ -23,23 +23,19 @@ testing::AssertionResult isSame(const std::string& actual, const std::string& ex
 {
     const std::string any = "[...]";
     const std::size_t gap = expected.find(any);
-    const auto difference =
-        std::mismatch(actual.begin(), actual.end(), expected.begin(), expected.end());
-    const auto same = static_cast<std::size_t>(difference.first - actual.begin());
+    const auto difference = std::ranges::mismatch(actual, expected).in1;
+    const auto same = static_cast<std::size_t>(difference - actual.begin());
     const bool isSameAround = same >= gap && actual.size() + any.size() >= expected.size() &&
                               actual.ends_with(expected.substr(gap + any.size()));
     return testing::AssertionResult(isSameAround || actual == expected)
            << "at " << same << " there is " << testing::PrintToString(actual.substr(same, 120))
-           << ", expected " << testing::PrintToString(expected.substr(same, 120)) << "; the end is "
-           << testing::PrintToString(
-                  actual.substr(std::max<std::size_t>(actual.size(), 120) - 120));
+           << ", expected " << testing::PrintToString(expected.substr(same, 120));
 }
 
 testing::AssertionResult ToolResult::gave(const std::string& text, int exitStatus) const
 {
-    const testing::AssertionResult comparison = isSame(output, text);
-    return testing::AssertionResult(status == exitStatus && comparison)
-           << "status " << status << "; " << comparison.message() << "\n"
+    return testing::AssertionResult(status == exitStatus && isSame(output, text))
+           << "status " << status << "; " << isSame(output, text).message() << "\n"
            << errors.substr(0, 1000);
 }
 
