@@ -54,8 +54,7 @@ namespace {
 /// In memory, if there is a place: the tool syncs what it writes, and a disk takes its time.
 std::string makeFolder()
 {
-    std::string path = access("/dev/shm", W_OK) == 0 ? "/dev/shm/" : testing::TempDir();
-    path += "vimbra-XXXXXX";
+    std::string path = access("/dev/shm", W_OK) == 0 ? "/dev/shm/v-XXXXXX" : "/tmp/v-XXXXXX";
     return mkdtemp(path.data()) != nullptr ? path : throw std::runtime_error(path);
 }
 
