@@ -414,7 +414,7 @@ unsigned int sleep(unsigned int seconds)
 }
 
 // By these names a tool with _FORTIFY_SOURCE calls two of them.
-// NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier,readability-identifier-naming)
 int __open_2(const char* path, int flags)
 {
     return open(path, flags);
@@ -425,6 +425,6 @@ ssize_t __read_chk(int fd, void* buffer, size_t size, size_t room)
     return size <= room ? read(fd, buffer, size) : (std::abort(), -1);
 }
 
-// NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)
+// NOLINTEND(clang-diagnostic-reserved-identifier,readability-identifier-naming)
 
 } // extern "C"
