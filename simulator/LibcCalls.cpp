@@ -85,8 +85,8 @@ std::map<std::string, int>& keptFiles()
 int openKeptFile(const std::string& path, int flags)
 {
     const bool isThere = keptFiles().contains(path);
-    const bool isBelow = std::ranges::count(path, '/') > 3; // in a folder, of which there is none
-    if (isThere ? (flags & O_EXCL) != 0 : isBelow || (flags & O_CREAT) == 0) {
+    const bool isFile = std::ranges::count(path, '/') == 3 && !path.ends_with('/'); // not below one
+    if (isThere ? (flags & O_EXCL) != 0 : !isFile || (flags & O_CREAT) == 0) {
         return failWith(isThere ? EEXIST : ENOENT);
     }
     int& kept = keptFiles()[path];
