@@ -13,7 +13,6 @@
 #include "simulator/Script.h"
 
 #include <algorithm>
-#include <cstring>
 #include <dlfcn.h>
 #include <stdexcept>
 
@@ -172,8 +171,9 @@ bool MoxArmControl::GetBatInfo(bat_info_to_ui& info)
     const Operation call("GetBatInfo");
     if (call.fillsOutputs()) {
         info = batteries;
-        const Bytes bytes = call.outcome().bytes("hex");
-        std::memcpy(&info, bytes.data(), std::min(bytes.size(), sizeof(info)));
+        Bytes bytes = call.outcome().bytes("hex");
+        bytes.resize(std::min(bytes.size(), sizeof(info)));
+        std::ranges::copy(bytes, reinterpret_cast<std::uint8_t*>(&info));
     }
     return call.succeeds();
 }
