@@ -65,7 +65,7 @@ void IntelHexParser::placeCarriedData(const Chunk& chunk)
     std::puts("Using remaining data from last line");
     startAtRunningAddress(chunk);
     const std::uint32_t count = recordLength - std::uint32_t{carryOffset};
-    std::memcpy(chunk.data, recordData + carryOffset, count);
+    std::copy_n(recordData + carryOffset, count, chunk.data);
     chunk.bytes += count;
     runningAddress += count;
     clearRecord();
@@ -296,7 +296,7 @@ void IntelHexParser::placeData(const Chunk& chunk)
         carryPending = true;
         carryOffset = static_cast<std::uint8_t>(count);
     }
-    std::memcpy(chunk.data + offset, recordData, count);
+    std::copy_n(recordData, count, chunk.data + offset);
     if (offset + count != 0) { // an empty record at the start of a chunk takes nothing back
         chunk.bytes = offset + count;
     }
