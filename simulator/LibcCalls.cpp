@@ -66,13 +66,12 @@ int failWith(int error)
 /// Where a path leads on this machine; empty if that is in memory.
 std::string locate(const std::string& path)
 {
-    constexpr std::string_view volatileFolder = "/var/volatile/";
+    constexpr std::string_view front = "/var/volatile/";
     const char* const folder = std::getenv("VIMBRA_SIM_VOLATILE");
-    if (!path.starts_with(volatileFolder)) {
+    if (!path.starts_with(front)) {
         return path;
     }
-    const std::string name = path.substr(volatileFolder.size() - 1);
-    return folder != nullptr && *folder != '\0' ? folder + name : "";
+    return folder != nullptr && *folder != '\0' ? folder + path.substr(front.size() - 1) : "";
 }
 
 /// Descriptors that keep the files in memory, by their paths.
@@ -218,7 +217,8 @@ ssize_t writeNode(const OpenFile& node, const void* buffer, std::size_t size)
         return failWith(EBADF);
     }
     auto& programming = Instrument::instance().programmingDevice;
-    const bool isTaken = node.path == ttyDevice || programming.take(toBytes(buffer, size));
+    const bool isTaken = node.path == programDevice ? programming.take(toBytes(buffer, size))
+                                                    : node.path == ttyDevice;
     return isTaken ? static_cast<ssize_t>(size) : failWith(EIO);
 }
 
